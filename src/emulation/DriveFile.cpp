@@ -1,0 +1,366 @@
+#include "emulation/DriveFile.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "device/TidyCopy.h"
+
+namespace {
+
+struct FieldSpec {
+    uint8_t opcode;
+    const char* name;
+    uint32_t maxValue;
+};
+
+// The selecting fields each opcode knows, with the largest value the CDB can
+// carry there.
+const FieldSpec kFields[] = {
+    {0x12, "evpd", 1},      {0x12, "page", 0xFF},    {0x1A, "page", 0x3F}, {0x1A, "pc", 3},
+    {0x5A, "page", 0x3F},   {0x5A, "pc", 3},         {0xA4, "format", 0x3F}, {0xA4, "class", 0xFF},
+    {0x51, "type", 7},      {0x43, "format", 0xF},   {0x43, "msf", 1},     {0x43, "track", 0xFF},
+    {0xAC, "type", 0xFF},   {0xAC, "datatype", 0x1F}, {0xAD, "media", 0xF}, {0xAD, "format", 0xFF},
+    {0xAD, "layer", 0xFF},  {0xAD, "address", 0xFFFFFFFFu},
+};
+
+const FieldSpec* FindField(uint8_t opcode, const std::string& name) {
+    for (const FieldSpec& f : kFields)
+        if (f.opcode == opcode && name == f.name) return &f;
+    return nullptr;
+}
+
+std::string Trim(const std::string& s) {
+    size_t b = s.find_first_not_of(" \t\r");
+    if (b == std::string::npos) return std::string();
+    size_t e = s.find_last_not_of(" \t\r");
+    return s.substr(b, e - b + 1);
+}
+
+bool ParseHex(const std::string& s, size_t maxDigits, uint32_t& value) {
+    if (s.empty() || s.size() > maxDigits) return false;
+    value = 0;
+    for (char c : s) {
+        if (!std::isxdigit(static_cast<unsigned char>(c))) return false;
+        value = value * 16 + static_cast<uint32_t>(std::isdigit(static_cast<unsigned char>(c))
+                                                       ? c - '0'
+                                                       : std::toupper(static_cast<unsigned char>(c)) - 'A' + 10);
+    }
+    return true;
+}
+
+bool ParseDecimal(const std::string& s, uint64_t maxValue, uint64_t& value) {
+    if (s.empty() || s.size() > 19) return false;
+    value = 0;
+    for (char c : s) {
+        if (!std::isdigit(static_cast<unsigned char>(c))) return false;
+        value = value * 10 + static_cast<uint64_t>(c - '0');
+    }
+    return value <= maxValue;
+}
+
+bool ParseNumber(const std::string& s, double& value) {
+    if (s.empty() || s.size() > 32) return false;
+    char* end = nullptr;
+    value = std::strtod(s.c_str(), &end);
+    return end && *end == 0 && value >= 0 && value < 1e12;
+}
+
+std::vector<std::string> Words(const std::string& s) {
+    std::vector<std::string> words;
+    std::istringstream in(s);
+    std::string w;
+    while (in >> w) words.push_back(w);
+    return words;
+}
+
+std::string FolderOf(const std::string& fileName) {
+    size_t slash = fileName.find_last_of("/\\");
+    return slash == std::string::npos ? std::string() : fileName.substr(0, slash + 1);
+}
+
+class Parser {
+public:
+    Parser(const std::string& name, DriveFile& drive, std::string& error)
+        : fileName(name), out(drive), err(error) {}
+
+    bool Line(const std::string& raw, int number) {
+        lineNumber = number;
+        std::string line = Trim(raw.substr(0, raw.find('#')));
+        if (line.empty()) return true;
+        if (line[0] == '>') return StartBlock(line.substr(1));
+        if (line[0] == '!') return StatusLine(line.substr(1));
+        if (!inBlocks) return HeaderLine(line);
+        return DataLine(line);
+    }
+
+    bool Finish() { return CloseBlock(); }
+
+private:
+    bool Fail(const std::string& what) {
+        err = fileName + ":" + std::to_string(lineNumber) + ": " + what;
+        return false;
+    }
+
+    bool HeaderLine(const std::string& line) {
+        size_t colon = line.find(':');
+        if (colon == std::string::npos)
+            return Fail("expected a header line 'name: value' or a reply block '> OPCODE'");
+        std::string name = Trim(line.substr(0, colon));
+        std::string value = Trim(line.substr(colon + 1));
+        if (name == "title") { out.title = value; return true; }
+        if (name == "letter") return Letter(value);
+        if (name == "address") return Address(value);
+        if (name == "device-number") {
+            uint64_t n = 0;
+            if (!ParseDecimal(value, 0xFFFFFFFFu, n)) return Fail("device-number must be a decimal number below 2^32");
+            out.hasDeviceNumber = true;
+            out.deviceNumber = static_cast<uint32_t>(n);
+            return true;
+        }
+        if (name == "path") { out.path = value; return true; }
+        if (name == "image") {
+            if (value.empty()) return Fail("image needs a file name");
+            bool absolute = value[0] == '/' || value[0] == '\\' || (value.size() > 1 && value[1] == ':');
+            out.imagePath = absolute ? value : FolderOf(fileName) + value;
+            return true;
+        }
+        if (name == "sectors") {
+            uint64_t n = 0;
+            if (!ParseDecimal(value, 0xFFFFFFFFull + 1, n)) return Fail("sectors must be a decimal number of at most 2^32");
+            out.hasSectors = true;
+            out.sectors = n;
+            return true;
+        }
+        if (name == "timing") return Timing(value);
+        return Fail("unknown header '" + name + "'");
+    }
+
+    bool Letter(const std::string& value) {
+        if (value == "none") {
+            out.noLetter = true;
+            return true;
+        }
+        if (value.size() != 1 || !std::isalpha(static_cast<unsigned char>(value[0])))
+            return Fail("letter must be one of A-Z");
+        out.letter = static_cast<char>(std::toupper(static_cast<unsigned char>(value[0])));
+        return true;
+    }
+
+    bool Address(const std::string& value) {
+        std::vector<std::string> w = Words(value);
+        if (w.size() != 4) return Fail("address needs four numbers: PortNumber PathId TargetId Lun");
+        for (size_t i = 0; i < 4; ++i) {
+            uint64_t n = 0;
+            if (!ParseDecimal(w[i], 255, n)) return Fail("address numbers must be 0-255");
+            out.address[i] = static_cast<uint8_t>(n);
+        }
+        return true;
+    }
+
+    bool Timing(const std::string& value) {
+        for (const std::string& w : Words(value)) {
+            size_t eq = w.find('=');
+            double v = 0;
+            if (eq == std::string::npos || !ParseNumber(w.substr(eq + 1), v))
+                return Fail("timing takes command=<ms> seek=<ms> rate=<kB/s>");
+            std::string key = w.substr(0, eq);
+            if (key == "command") out.timing.commandMs = v;
+            else if (key == "seek") out.timing.seekMs = v;
+            else if (key == "rate") out.timing.rateKBps = v;
+            else return Fail("unknown timing '" + key + "'");
+        }
+        return true;
+    }
+
+    bool StartBlock(const std::string& rest) {
+        if (!CloseBlock()) return false;
+        inBlocks = true;
+        std::vector<std::string> w = Words(rest);
+        uint32_t opcode = 0;
+        if (w.empty() || w[0].size() != 2 || !ParseHex(w[0], 2, opcode))
+            return Fail("a reply block starts with '> OPCODE' (two hex digits)");
+        ReplyBlock block;
+        block.opcode = static_cast<uint8_t>(opcode);
+        block.line = lineNumber;
+        if (opcode == 0x1B) return Fail("START STOP UNIT needs no reply block");
+        for (size_t i = 1; i < w.size(); ++i)
+            if (!Field(block, w[i])) return false;
+        current = block;
+        open = true;
+        return true;
+    }
+
+    bool Field(ReplyBlock& block, const std::string& word) {
+        size_t eq = word.find('=');
+        if (eq == std::string::npos) return Fail("expected field=value, got '" + word + "'");
+        std::string name = word.substr(0, eq);
+        const FieldSpec* spec = FindField(block.opcode, name);
+        if (!spec) return Fail("opcode " + Hex2(block.opcode) + " has no selecting field '" + name + "'");
+        uint32_t value = 0;
+        if (!ParseHex(word.substr(eq + 1), 8, value) || value > spec->maxValue)
+            return Fail("field '" + name + "' needs a hex value of at most " + HexN(spec->maxValue));
+        block.fields.emplace_back(name, value);
+        return true;
+    }
+
+    bool StatusLine(const std::string& rest) {
+        if (!open) return Fail("a status line needs a reply block before it");
+        if (current.isStatus || !current.data.empty()) return Fail("a reply block holds either data or one status line");
+        std::vector<std::string> w = Words(rest);
+        uint32_t sk = 0, asc = 0, ascq = 0;
+        if (w.size() != 3 || !ParseHex(w[0], 1, sk) || !ParseHex(w[1], 2, asc) || !ParseHex(w[2], 2, ascq))
+            return Fail("a status line is '! SK ASC ASCQ' in hex");
+        current.isStatus = true;
+        current.senseKey = static_cast<uint8_t>(sk);
+        current.asc = static_cast<uint8_t>(asc);
+        current.ascq = static_cast<uint8_t>(ascq);
+        return true;
+    }
+
+    bool DataLine(const std::string& line) {
+        if (!open) return Fail("data bytes need a reply block before them");
+        if (current.isStatus) return Fail("a reply block holds either data or one status line");
+        if (current.opcode == 0x28) return Fail("READ(10) data comes from the image, not from a block");
+        for (const std::string& w : Words(line)) {
+            uint32_t byte = 0;
+            if (!ParseHex(w, 2, byte)) return Fail("'" + w + "' is not a hex byte");
+            if (current.data.size() >= kMaxBlockBytes) return Fail("reply block longer than 1 MiB");
+            current.data.push_back(static_cast<uint8_t>(byte));
+        }
+        return true;
+    }
+
+    bool CloseBlock() {
+        if (!open) return true;
+        open = false;
+        if (!current.isStatus && current.data.empty()) {
+            lineNumber = current.line;
+            return Fail("reply block for opcode " + Hex2(current.opcode) + " has neither data nor status");
+        }
+        out.blocks.push_back(std::move(current));
+        current = ReplyBlock();
+        return true;
+    }
+
+    static std::string Hex2(uint32_t v) {
+        char text[8];
+        std::snprintf(text, sizeof text, "%02X", v & 0xFFu);
+        return text;
+    }
+    static std::string HexN(uint32_t v) {
+        char text[16];
+        std::snprintf(text, sizeof text, "%X", v);
+        return text;
+    }
+
+    const std::string& fileName;
+    DriveFile& out;
+    std::string& err;
+    int lineNumber = 0;
+    bool inBlocks = false;
+    bool open = false;
+    ReplyBlock current;
+};
+
+}  // namespace
+
+bool ParseDriveFile(const std::string& text, const std::string& fileName, DriveFile& out,
+                    std::string& error) {
+    out = DriveFile();
+    out.fileName = fileName;
+    if (text.size() > kMaxDriveFileBytes) {
+        error = fileName + ": drive file larger than 16 MiB";
+        return false;
+    }
+    Parser parser(fileName, out, error);
+    size_t start = 0;
+    int number = 0;
+    while (start <= text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        ++number;
+        if (!parser.Line(text.substr(start, end - start), number)) return false;
+        start = end + 1;
+    }
+    if (!parser.Finish()) return false;
+    if (out.title.empty()) {
+        size_t slash = fileName.find_last_of("/\\");
+        out.title = slash == std::string::npos ? fileName : fileName.substr(slash + 1);
+    }
+    return true;
+}
+
+bool LoadDriveFile(const std::string& fileName, DriveFile& out, std::string& error) {
+    std::ifstream in(fileName, std::ios::binary);
+    if (!in) {
+        error = fileName + ": cannot open the drive file";
+        return false;
+    }
+    std::string text;
+    char chunk[65536];
+    while (in.read(chunk, sizeof chunk) || in.gcount() > 0) {
+        text.append(chunk, static_cast<size_t>(in.gcount()));
+        if (text.size() > kMaxDriveFileBytes) {
+            error = fileName + ": drive file larger than 16 MiB";
+            return false;
+        }
+    }
+    if (!ParseDriveFile(text, fileName, out, error)) return false;
+    if (!out.imagePath.empty()) {
+        std::ifstream image(out.imagePath, std::ios::binary | std::ios::ate);
+        if (!image) {
+            error = fileName + ": cannot open the image '" + out.imagePath + "'";
+            return false;
+        }
+        if (!out.hasSectors) {
+            out.sectors = static_cast<uint64_t>(image.tellg()) / 2048;
+            out.hasSectors = true;
+        }
+    }
+    return true;
+}
+
+std::string DefaultInterfacePath(const DriveFile& drive, uint32_t index) {
+    std::string vendor = "VENDOR", product = "PRODUCT";
+    for (const ReplyBlock& b : drive.blocks) {
+        if (b.opcode != 0x12 || b.isStatus || b.data.size() < 32 || !b.fields.empty()) continue;
+        char v[9], p[17];
+        TidyCopy(v, b.data.data() + 8, 8);
+        TidyCopy(p, b.data.data() + 16, 16);
+        vendor = v;
+        product = p;
+        break;
+    }
+    std::string id = vendor + "_" + product;
+    for (char& c : id) {
+        unsigned char u = static_cast<unsigned char>(c);
+        c = (std::isalnum(u) || c == '-' || c == '+' || c == '.') ? static_cast<char>(std::tolower(u)) : '_';
+    }
+    return "\\\\?\\ide#cdrom" + id + "#5&0&0&" + std::to_string(index) +
+           "#{53f56308-b6bf-11d0-94f2-00a0c91efb8b}";
+}
+
+void ApplyLoadOrderDefaults(std::vector<DriveFile>& drives) {
+    bool used[26] = {};
+    for (const DriveFile& d : drives)
+        if (d.letter >= 'A' && d.letter <= 'Z') used[d.letter - 'A'] = true;
+    int next = 'D' - 'A';
+    for (uint32_t i = 0; i < drives.size(); ++i) {
+        DriveFile& d = drives[i];
+        if (!d.letter && !d.noLetter) {
+            while (next < 26 && used[next]) ++next;
+            if (next < 26) {
+                d.letter = static_cast<char>('A' + next);
+                used[next] = true;
+            }
+        }
+        if (!d.hasDeviceNumber) {
+            d.deviceNumber = i;
+            d.hasDeviceNumber = true;
+        }
+        if (d.path.empty()) d.path = DefaultInterfacePath(d, i);
+    }
+}

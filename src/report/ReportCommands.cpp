@@ -1,0 +1,98 @@
+#include "report/ReportCommands.h"
+
+#include <cstdio>
+
+#include "device/Capabilities.h"
+#include "device/Commands.h"
+#include "device/TidyCopy.h"
+
+namespace {
+
+void Line(std::string& out, const char* name, const char* value) {
+    out += name;
+    out += ": ";
+    out += value;
+    out += "\n";
+}
+
+void Decimal(std::string& out, const char* name, unsigned long value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%lu", value);
+    Line(out, name, text);
+}
+
+void HexWord(std::string& out, const char* name, uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", value);
+    Line(out, name, text);
+}
+
+}  // namespace
+
+std::string IdsReport(ReportDrive& drive) {
+    uint8_t inquiry[kInquiryLength] = {};
+    Inquiry(*drive.device, inquiry);
+    char vendor[9], product[17], identification[32], display[kDisplayTextSize];
+    TidyCopy(vendor, inquiry + 8, 8);
+    TidyCopy(product, inquiry + 16, 16);
+    FormatIdentification(inquiry, identification, sizeof identification);
+    FormatDisplayText(display, drive.port, drive.target, drive.lun, identification, drive.letter);
+    std::string out;
+    Line(out, "Vendor", vendor);
+    Line(out, "Product", product);
+    Line(out, "Selector", display);
+    return out;
+}
+
+std::string CapabilitiesReport(CDevice& device) {
+    DriveCapabilities caps{};
+    ReadCapabilities(device, caps);
+    std::string out;
+    HexWord(out, "page bits", caps.pageBits);
+    Decimal(out, "loading mechanism", caps.loadingMechanism);
+    Decimal(out, "page byte 7 bits", caps.pageByte7Bits);
+    Decimal(out, "buffer size", caps.bufferSize);
+    Decimal(out, "maximum read speed", caps.maxReadSpeed);
+    Decimal(out, "maximum write speed", caps.maxWriteSpeed);
+    Decimal(out, "current read speed", caps.currentReadSpeed);
+    Decimal(out, "current write speed", caps.currentWriteSpeed);
+    HexWord(out, "media feature bits", caps.mediaFeatureBits);
+    HexWord(out, "drive feature bits", caps.driveFeatureBits);
+    return out;
+}
+
+bool RunReportCommand(const std::string& command, ReportDrive& drive, std::string& out,
+                      std::string& error) {
+    if (command == "ids") {
+        out += IdsReport(drive);
+        return true;
+    }
+    if (command == "capabilities") {
+        out += CapabilitiesReport(*drive.device);
+        return true;
+    }
+    error = "unknown command '" + command + "' (see --help)";
+    return false;
+}
+
+const char* ReportUsage() {
+    return "usage: vexlon-report --drive FILE.drive COMMAND\n"
+#ifdef _WIN32
+           "       vexlon-report --device E: COMMAND\n"
+#endif
+           "\n"
+           "Prints what Vexlon Inspector shows for one optical drive, read from a\n"
+           "drive file (an emulated drive and its disc)"
+#ifdef _WIN32
+           " or from a real drive letter"
+#endif
+           ".\n\n"
+           "commands:\n"
+           "  ids           the tidied INQUIRY vendor and product ids and the drive\n"
+           "                selector's text: Vendor:, Product:, Selector: lines\n"
+           "  capabilities  every field of the drive's capability record (mode page\n"
+           "                2Ah and the feature list), one 'name: value' line each;\n"
+           "                bit words as 0x plus 8 hex digits, the rest in decimal\n"
+           "\n"
+           "Errors go to standard error and end with a non-zero exit status.\n";
+}

@@ -1,0 +1,22 @@
+#pragma once
+// The report tool's commands, each printing what a page shows for one drive.
+
+#include <string>
+
+#include "device/Device.h"
+
+struct ReportDrive {
+    CDevice* device;
+    char letter;
+    uint8_t port, target, lun;  // the SCSI address as the selector shows it
+};
+
+// Runs `command` on the drive, appending its text to `out`; false with a
+// message in `error` for an unknown command.
+bool RunReportCommand(const std::string& command, ReportDrive& drive, std::string& out,
+                      std::string& error);
+
+std::string IdsReport(ReportDrive& drive);
+std::string CapabilitiesReport(CDevice& device);
+
+const char* ReportUsage();
