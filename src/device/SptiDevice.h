@@ -2,6 +2,7 @@
 // The drive behind Windows' SCSI pass-through interface.
 
 #include <windows.h>
+#include <winioctl.h>
 #include <ntddscsi.h>
 
 #include "device/Device.h"

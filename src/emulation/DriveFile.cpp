@@ -68,6 +68,14 @@ bool ParseNumber(const std::string& s, double& value) {
     return end && *end == 0 && value >= 0 && value < 1e12;
 }
 
+// '#' opens a comment at the start of a line or after white space; inside a
+// word, such as a device-interface path, it is an ordinary character.
+std::string StripComment(const std::string& line) {
+    for (size_t i = 0; i < line.size(); ++i)
+        if (line[i] == '#' && (i == 0 || line[i - 1] == ' ' || line[i - 1] == '\t')) return line.substr(0, i);
+    return line;
+}
+
 std::vector<std::string> Words(const std::string& s) {
     std::vector<std::string> words;
     std::istringstream in(s);
@@ -88,7 +96,7 @@ public:
 
     bool Line(const std::string& raw, int number) {
         lineNumber = number;
-        std::string line = Trim(raw.substr(0, raw.find('#')));
+        std::string line = Trim(StripComment(raw));
         if (line.empty()) return true;
         if (line[0] == '>') return StartBlock(line.substr(1));
         if (line[0] == '!') return StatusLine(line.substr(1));

@@ -81,9 +81,12 @@ BOOL CEmulatedOsSeam::CloseHandle(HANDLE object) {
 BOOL CEmulatedOsSeam::DeviceIoControl(HANDLE device, DWORD code, LPVOID in, DWORD inSize, LPVOID out,
                                       DWORD outSize, LPDWORD returned, LPOVERLAPPED) {
     if (returned) *returned = 0;
+    // Recorded before the call: input and output may be the same buffer.
+    bool recorded = calls.size() < kMaxCalls;
+    Record("DeviceIoControl", code, in, inSize, outSize, FALSE);
     OpenHandle* h = Find(device);
     BOOL ok = h ? Ioctl(*h, code, in, inSize, out, outSize, returned) : Fail(ERROR_INVALID_HANDLE);
-    Record("DeviceIoControl", code, in, inSize, outSize, ok);
+    if (recorded) calls.back().result = ok;
     return ok;
 }
 
