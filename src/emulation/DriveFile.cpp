@@ -1,5 +1,6 @@
 #include "emulation/DriveFile.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -84,6 +85,28 @@ std::vector<std::string> Words(const std::string& s) {
     return words;
 }
 
+bool AllHexBytes(const std::string& line) {
+    std::vector<std::string> words = Words(line);
+    if (words.empty()) return false;
+    uint32_t byte = 0;
+    for (const std::string& w : words)
+        if (!ParseHex(w, 2, byte)) return false;
+    return true;
+}
+
+// The name of a line that reads like 'name: value', or empty. Data lines
+// never hold a colon, so a header that strayed below the blocks is told
+// apart from a bad hex byte.
+std::string HeaderName(const std::string& line) {
+    size_t colon = line.find(':');
+    if (colon == std::string::npos) return std::string();
+    std::string name = Trim(line.substr(0, colon));
+    if (name.empty()) return std::string();
+    for (char c : name)
+        if (!std::isalpha(static_cast<unsigned char>(c)) && c != '-') return std::string();
+    return name;
+}
+
 std::string FolderOf(const std::string& fileName) {
     size_t slash = fileName.find_last_of("/\\");
     return slash == std::string::npos ? std::string() : fileName.substr(0, slash + 1);
@@ -114,8 +137,10 @@ private:
 
     bool HeaderLine(const std::string& line) {
         size_t colon = line.find(':');
-        if (colon == std::string::npos)
+        if (colon == std::string::npos) {
+            if (AllHexBytes(line)) return Fail("data bytes need a reply block '> OPCODE' before them");
             return Fail("expected a header line 'name: value' or a reply block '> OPCODE'");
+        }
         std::string name = Trim(line.substr(0, colon));
         std::string value = Trim(line.substr(colon + 1));
         if (name == "title") { out.title = value; return true; }
@@ -193,7 +218,6 @@ private:
         ReplyBlock block;
         block.opcode = static_cast<uint8_t>(opcode);
         block.line = lineNumber;
-        if (opcode == 0x1B) return Fail("START STOP UNIT needs no reply block");
         for (size_t i = 1; i < w.size(); ++i)
             if (!Field(block, w[i])) return false;
         current = block;
@@ -230,8 +254,13 @@ private:
 
     bool DataLine(const std::string& line) {
         if (!open) return Fail("data bytes need a reply block before them");
+        std::string header = HeaderName(line);
+        if (!header.empty())
+            return Fail("header line '" + header + "' after the reply blocks; header lines come first");
         if (current.isStatus) return Fail("a reply block holds either data or one status line");
         if (current.opcode == 0x28) return Fail("READ(10) data comes from the image, not from a block");
+        // Only a status makes sense for it: a drive that refuses to load or eject.
+        if (current.opcode == 0x1B) return Fail("START STOP UNIT carries no data, only a status line");
         for (const std::string& w : Words(line)) {
             uint32_t byte = 0;
             if (!ParseHex(w, 2, byte)) return Fail("'" + w + "' is not a hex byte");
@@ -323,24 +352,55 @@ bool LoadDriveFile(const std::string& fileName, DriveFile& out, std::string& err
             error = fileName + ": cannot open the image '" + out.imagePath + "'";
             return false;
         }
+        // A folder opens like a file on some systems; it only fails on reading.
+        std::streamoff size = static_cast<std::streamoff>(image.tellg());
+        if (size > 0) {
+            char first = 0;
+            image.seekg(0);
+            image.read(&first, 1);
+        }
+        if (size < 0 || !image) {
+            error = fileName + ": cannot read the image '" + out.imagePath + "'";
+            return false;
+        }
         if (!out.hasSectors) {
-            out.sectors = static_cast<uint64_t>(image.tellg()) / 2048;
+            out.sectors = static_cast<uint64_t>(size) / 2048;
             out.hasSectors = true;
         }
     }
     return true;
 }
 
+namespace {
+
+// The block that answers a plain INQUIRY (EVPD 0, page 0): the first one
+// whose fields all allow it, as the emulator would pick it.
+const ReplyBlock* PlainInquiryBlock(const DriveFile& drive) {
+    for (const ReplyBlock& b : drive.blocks) {
+        if (b.opcode != 0x12) continue;
+        bool plain = true;
+        for (const auto& field : b.fields)
+            if (field.second != 0) plain = false;
+        if (plain) return &b;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
 std::string DefaultInterfacePath(const DriveFile& drive, uint32_t index) {
     std::string vendor = "VENDOR", product = "PRODUCT";
-    for (const ReplyBlock& b : drive.blocks) {
-        if (b.opcode != 0x12 || b.isStatus || b.data.size() < 32 || !b.fields.empty()) continue;
+    const ReplyBlock* b = PlainInquiryBlock(drive);
+    if (b && !b->isStatus) {
+        // Read as the program reads it: into a zeroed buffer, short answers too.
+        uint8_t inquiry[32] = {};
+        std::copy(b->data.begin(), b->data.begin() + std::min<size_t>(b->data.size(), sizeof inquiry),
+                  inquiry);
         char v[9], p[17];
-        TidyCopy(v, b.data.data() + 8, 8);
-        TidyCopy(p, b.data.data() + 16, 16);
-        vendor = v;
-        product = p;
-        break;
+        TidyCopy(v, inquiry + 8, 8);
+        TidyCopy(p, inquiry + 16, 16);
+        if (v[0]) vendor = v;
+        if (p[0]) product = p;
     }
     std::string id = vendor + "_" + product;
     for (char& c : id) {

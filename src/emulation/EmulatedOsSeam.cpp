@@ -19,6 +19,16 @@ std::string LetterPath(char letter) { return std::string("\\\\.\\") + letter + "
 
 }  // namespace
 
+CEmulatedOsSeam::~CEmulatedOsSeam() {
+    if (transcript) std::fclose(transcript);
+}
+
+bool CEmulatedOsSeam::OpenTranscript(const char* path) {
+    if (transcript) std::fclose(transcript);
+    transcript = std::fopen(path, "a");
+    return transcript != nullptr;
+}
+
 void CEmulatedOsSeam::SetDrives(std::vector<DriveFile> files) {
     ApplyLoadOrderDefaults(files);
     drives.clear();
@@ -143,6 +153,16 @@ BOOL CEmulatedOsSeam::PassThrough(OpenHandle& h, LPVOID in, DWORD inSize, LPVOID
     MmcReply reply = drives[h.drive]->Execute(spt.Cdb, spt.CdbLength, direction,
                                              static_cast<uint8_t*>(spt.DataBuffer),
                                              spt.DataBuffer ? spt.DataTransferLength : 0);
+    if (transcript) {
+        char letter = drives[h.drive]->File().letter;
+        std::fprintf(transcript, "%c:", letter ? letter : '?');
+        for (UCHAR i = 0; i < spt.CdbLength; ++i) std::fprintf(transcript, " %02X", spt.Cdb[i]);
+        static const char* const kDirections[] = {"out", "in", "none"};
+        std::fprintf(transcript, " dir=%s len=%lu status=%u sense=%X/%02X/%02X\n", kDirections[spt.DataIn],
+                     static_cast<unsigned long>(spt.DataTransferLength), reply.status, reply.sense[2],
+                     reply.sense[12], reply.sense[13]);
+        std::fflush(transcript);
+    }
     spt.ScsiStatus = reply.status;
     spt.DataTransferLength = reply.transferred;
     ULONG senseRoom = spt.SenseInfoLength;

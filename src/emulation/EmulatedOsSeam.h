@@ -3,6 +3,7 @@
 // Setup API enumeration answered from emulated drives. Pass-through blocks
 // are interpreted byte for byte, so CSptiDevice runs unchanged against it.
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,7 +22,11 @@ public:
     };
 
     CEmulatedOsSeam() = default;
-    ~CEmulatedOsSeam() = default;
+    ~CEmulatedOsSeam();
+
+    // Appends one line per pass-through command to `path`, so that a test
+    // outside the process can see what the program sent.
+    bool OpenTranscript(const char* path);
 
     // Takes the drives in enumeration order; load-order defaults applied.
     void SetDrives(std::vector<DriveFile> files);
@@ -77,4 +82,5 @@ private:
     std::vector<std::unique_ptr<CMmcTarget>> drives;
     std::vector<OpenHandle> handles;
     DWORD lastError = 0;
+    FILE* transcript = nullptr;
 };

@@ -139,11 +139,12 @@ MmcReply CMmcTarget::Execute(const uint8_t* cdbIn, uint8_t cdbLength, DataDirect
 }
 
 MmcReply CMmcTarget::Reply(const uint8_t* cdb, DataDirection direction, uint8_t* data, uint32_t length) {
-    if (cdb[0] == 0x1B) return StartStop(cdb);
     if (trayOpen && NeedsMedium(cdb[0])) return CheckCondition(2, 0x3A, 0x02);
     bool opcodeKnown = false;
     const ReplyBlock* block = Match(cdb, opcodeKnown);
     if (block && block->isStatus) return CheckCondition(block->senseKey, block->asc, block->ascq);
+    // Needs no block, but a status block stands for a drive that refuses.
+    if (cdb[0] == 0x1B) return StartStop(cdb);
     if (cdb[0] == 0x28) return ReadTen(cdb, data, length);
     if (direction == DataOut) {
         MmcReply accepted;
@@ -196,8 +197,7 @@ MmcReply CMmcTarget::Configuration(const uint8_t* cdb, const ReplyBlock& block, 
     uint16_t start = c.BE16(2);
     std::vector<uint8_t> answer;
     if (rt == 0 && start == 0) {
-        answer = block.data;  // as it stands, lying lengths and all
-        answer.resize(std::max<size_t>(answer.size(), 8));
+        answer = block.data;  // as it stands, lying lengths and all, short ones too
     } else {
         ByteReader list(block.data.data(), block.data.size());
         answer.assign(block.data.begin(), block.data.begin() + std::min<size_t>(8, block.data.size()));
@@ -216,6 +216,8 @@ MmcReply CMmcTarget::Configuration(const uint8_t* cdb, const ReplyBlock& block, 
         }
         PutBE32(answer.data(), static_cast<uint32_t>(answer.size() - 4));
     }
-    if (trayOpen) answer[6] = answer[7] = 0;
+    // No disc, no current profile; a list too short to hold one stays as it is.
+    if (trayOpen)
+        for (size_t i = 6; i < 8 && i < answer.size(); ++i) answer[i] = 0;
     return Deliver(answer.data(), answer.size(), cdb, data, length);
 }

@@ -5,6 +5,7 @@
 #include "device/Capabilities.h"
 #include "device/Commands.h"
 #include "device/TidyCopy.h"
+#include "pages/DriveInfo.h"
 
 namespace {
 
@@ -67,6 +68,10 @@ bool RunReportCommand(const std::string& command, ReportDrive& drive, std::strin
         out += IdsReport(drive);
         return true;
     }
+    if (command == "drive") {
+        out += FormatDriveInfo(ReadDriveInfo(*drive.device, drive.devicePath));
+        return true;
+    }
     if (command == "capabilities") {
         out += CapabilitiesReport(*drive.device);
         return true;
@@ -90,6 +95,7 @@ const char* ReportUsage() {
            "commands:\n"
            "  ids           the tidied INQUIRY vendor and product ids and the drive\n"
            "                selector's text: Vendor:, Product:, Selector: lines\n"
+           "  drive         the Drive page's eleven fields, one 'Label value' line each\n"
            "  capabilities  every field of the drive's capability record (mode page\n"
            "                2Ah and the feature list), one 'name: value' line each;\n"
            "                bit words as 0x plus 8 hex digits, the rest in decimal\n"

@@ -9,6 +9,7 @@ struct ReportDrive {
     CDevice* device;
     char letter;
     uint8_t port, target, lun;  // the SCSI address as the selector shows it
+    std::string devicePath;     // as enumeration reports it
 };
 
 // Runs `command` on the drive, appending its text to `out`; false with a

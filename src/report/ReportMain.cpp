@@ -37,7 +37,7 @@ int RunOnDriveFile(const std::string& fileName, const std::string& command) {
     CMmcTarget target(one[0]);
     CEmulatedDevice device(target);
     ReportDrive drive{&device, one[0].letter ? one[0].letter : 'A', one[0].address[0],
-                      one[0].address[2], one[0].address[3]};
+                      one[0].address[2], one[0].address[3], one[0].path};
     std::string out;
     bool ok = RunReportCommand(command, drive, out, error);
     return Emit(ok, out, error);
@@ -53,7 +53,8 @@ int RunOnDevice(const std::string& name, const std::string& command) {
     if (!device.OpenDriveLetter(static_cast<uint32_t>(letter - 'A')))
         return Fail("cannot open drive " + std::string(1, letter) + ":");
     const SCSI_ADDRESS& a = device.Address();
-    ReportDrive drive{&device, letter, a.PortNumber, a.TargetId, a.Lun};
+    // A volume path has no interface part: the Interface line stays empty.
+    ReportDrive drive{&device, letter, a.PortNumber, a.TargetId, a.Lun, std::string("\\\\.\\") + letter + ":"};
     std::string out, error;
     bool ok = RunReportCommand(command, drive, out, error);
     device.Close();

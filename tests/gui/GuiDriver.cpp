@@ -1,0 +1,306 @@
+// Drives the running demo build from outside, as a UI test tool would: it
+// finds the main window, reads controls back, clicks tabs and toolbar
+// buttons, switches drives with the notifications a user's choice sends,
+// and saves screenshots. Prints "ok"/"not ok" lines and a closing count.
+//
+// usage: gui_driver OUTDIR TRANSCRIPT EXPECTED_SELECTOR
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "RemoteMemory.h"
+
+namespace {
+
+int passed = 0, failed = 0;
+std::string outDir;
+
+void Check(bool ok, const std::string& what, const std::string& detail = std::string()) {
+    (ok ? passed : failed)++;
+    std::printf("%s - %s%s%s\n", ok ? "ok" : "not ok", what.c_str(), detail.empty() ? "" : ": ", detail.c_str());
+    std::fflush(stdout);
+}
+
+std::string Narrow(const std::wstring& w) {
+    std::string s;
+    for (wchar_t c : w) s += c < 128 ? static_cast<char>(c) : '?';
+    return s;
+}
+
+std::string Text(HWND window) {
+    wchar_t text[512] = {};
+    SendMessageTimeoutW(window, WM_GETTEXT, 512, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 5000, nullptr);
+    return Narrow(text);
+}
+
+void Settle(HWND dialog, int ms = 400) {
+    Sleep(ms);
+    DWORD_PTR r;
+    SendMessageTimeoutW(dialog, WM_NULL, 0, 0, SMTO_ABORTIFHUNG, 10000, &r);
+}
+
+HWND WaitForMainWindow() {
+    for (int i = 0; i < 600; ++i) {
+        HWND w = FindWindowW(L"#32770", L"Vexlon Inspector");
+        if (w && IsWindowVisible(w)) return w;
+        Sleep(100);
+    }
+    return nullptr;
+}
+
+std::vector<std::string> SelectorItems(HWND selector) {
+    std::vector<std::string> items;
+    int count = static_cast<int>(SendMessageW(selector, CB_GETCOUNT, 0, 0));
+    RemoteMemory remote(selector, sizeof(COMBOBOXEXITEMW) + 512);
+    for (int i = 0; remote.Ok() && i < count; ++i) {
+        COMBOBOXEXITEMW item{};
+        item.mask = CBEIF_TEXT | CBEIF_IMAGE;
+        item.iItem = i;
+        item.pszText = reinterpret_cast<LPWSTR>(remote.At(sizeof item));
+        item.cchTextMax = 256;
+        remote.Write(0, &item, sizeof item);
+        SendMessageW(selector, CBEM_GETITEMW, 0, reinterpret_cast<LPARAM>(remote.At(0)));
+        wchar_t text[256] = {};
+        remote.Read(sizeof item, text, sizeof text - sizeof(wchar_t));
+        items.push_back(Narrow(text));
+    }
+    return items;
+}
+
+std::vector<std::string> TabTexts(HWND tabs) {
+    std::vector<std::string> texts;
+    int count = static_cast<int>(SendMessageW(tabs, TCM_GETITEMCOUNT, 0, 0));
+    RemoteMemory remote(tabs, sizeof(TCITEMW) + 512);
+    for (int i = 0; remote.Ok() && i < count; ++i) {
+        TCITEMW item{};
+        item.mask = TCIF_TEXT;
+        item.pszText = reinterpret_cast<LPWSTR>(remote.At(sizeof item));
+        item.cchTextMax = 256;
+        remote.Write(0, &item, sizeof item);
+        SendMessageW(tabs, TCM_GETITEMW, i, reinterpret_cast<LPARAM>(remote.At(0)));
+        wchar_t text[256] = {};
+        remote.Read(sizeof item, text, sizeof text - sizeof(wchar_t));
+        texts.push_back(Narrow(text));
+    }
+    return texts;
+}
+
+RECT RemoteRect(HWND control, UINT message, WPARAM index) {
+    RECT r{};
+    RemoteMemory remote(control, sizeof r);
+    if (!remote.Ok()) return r;
+    SendMessageW(control, message, index, reinterpret_cast<LPARAM>(remote.At(0)));
+    remote.Read(0, &r, sizeof r);
+    return r;
+}
+
+void Click(HWND window, const RECT& clientRect) {
+    POINT p = {(clientRect.left + clientRect.right) / 2, (clientRect.top + clientRect.bottom) / 2};
+    ClientToScreen(window, &p);
+    SetForegroundWindow(GetAncestor(window, GA_ROOT));
+    SetCursorPos(p.x, p.y);
+    INPUT input[2] = {};
+    input[0].type = input[1].type = INPUT_MOUSE;
+    input[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+    input[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+    SendInput(2, input, sizeof(INPUT));
+}
+
+void Screenshot(HWND window, const std::string& name) {
+    RECT r;
+    GetWindowRect(window, &r);
+    int w = r.right - r.left, h = r.bottom - r.top;
+    HDC screen = GetDC(nullptr);
+    HDC memory = CreateCompatibleDC(screen);
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = w;
+    info.bmiHeader.biHeight = h;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    void* bits = nullptr;
+    HBITMAP bitmap = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    HGDIOBJ old = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, w, h, screen, r.left, r.top, SRCCOPY);
+    GdiFlush();
+    DWORD rowBytes = ((w * 3) + 3) & ~3u;
+    BITMAPFILEHEADER file{};
+    file.bfType = 0x4D42;
+    file.bfOffBits = sizeof file + sizeof info.bmiHeader;
+    file.bfSize = file.bfOffBits + rowBytes * h;
+    std::string path = outDir + "\\" + name + ".bmp";
+    FILE* f = std::fopen(path.c_str(), "wb");
+    if (f) {
+        std::fwrite(&file, sizeof file, 1, f);
+        std::fwrite(&info.bmiHeader, sizeof info.bmiHeader, 1, f);
+        std::fwrite(bits, rowBytes, h, f);
+        std::fclose(f);
+    }
+    SelectObject(memory, old);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    ReleaseDC(nullptr, screen);
+}
+
+struct PageFinder {
+    int controlId;
+    HWND found;
+};
+
+BOOL CALLBACK FindPage(HWND child, LPARAM lParam) {
+    auto* finder = reinterpret_cast<PageFinder*>(lParam);
+    wchar_t name[16];
+    GetClassNameW(child, name, 16);
+    if (lstrcmpW(name, L"#32770") == 0 && GetDlgItem(child, finder->controlId) && GetParent(child) != nullptr) {
+        finder->found = child;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+HWND DrivePage(HWND dialog) {
+    PageFinder finder{1022, nullptr};
+    EnumChildWindows(dialog, FindPage, reinterpret_cast<LPARAM>(&finder));
+    return finder.found;
+}
+
+std::string DriveFields(HWND page) {
+    static const std::pair<const char*, int> kFields[] = {
+        {"Vendor:", 1003}, {"Model:", 1006}, {"Firmware:", 1007}, {"Date:", 1008},
+        {"Interface:", 1018}, {"Serial Number:", 1017}, {"Buffer Size:", 1016},
+        {"Region Code:", 1019}, {"Region Control:", 1020}, {"User Changes Left:", 1021},
+        {"Vendor Changes Left:", 1022},
+    };
+    std::string out;
+    for (const auto& f : kFields) out += std::string(f.first) + " " + Text(GetDlgItem(page, f.second)) + "\n";
+    return out;
+}
+
+std::vector<std::string> ReadLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void WriteText(const std::string& path, const std::string& text) {
+    FILE* f = std::fopen(path.c_str(), "wb");
+    if (!f) return;
+    std::fwrite(text.data(), 1, text.size(), f);
+    std::fclose(f);
+}
+
+size_t CountContaining(const std::vector<std::string>& lines, const std::string& needle, size_t from = 0) {
+    size_t n = 0;
+    for (size_t i = from; i < lines.size(); ++i) n += lines[i].find(needle) != std::string::npos;
+    return n;
+}
+
+void SelectDrive(HWND dialog, HWND selector, int index) {
+    SendMessageW(selector, CB_SETCURSEL, index, 0);
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(111, CBN_SELCHANGE), reinterpret_cast<LPARAM>(selector));
+    Settle(dialog);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::fprintf(stderr, "usage: gui_driver OUTDIR TRANSCRIPT EXPECTED_SELECTOR\n");
+        return 2;
+    }
+    outDir = argv[1];
+    std::string transcript = argv[2];
+    std::vector<std::string> expected = ReadLines(argv[3]);
+
+    HWND dialog = WaitForMainWindow();
+    Check(dialog != nullptr, "the main window appears");
+    if (!dialog) {
+        std::printf("%d passed, %d failed\n", passed, failed);
+        return 1;
+    }
+    Settle(dialog, 1000);
+    HWND selector = GetDlgItem(dialog, 111);
+    HWND tabs = GetDlgItem(dialog, 110);
+
+    std::vector<std::string> tabTexts = TabTexts(tabs);
+    std::string joined;
+    for (const auto& t : tabTexts) joined += t + "|";
+    Check(joined == "Drive|Feature|Media|File|Sector Viewer|Filter Driver|System|About|",
+          "the tabs read Drive, Feature, Media, File, Sector Viewer, Filter Driver, System, About", joined);
+
+    std::vector<std::string> items = SelectorItems(selector);
+    Check(items == expected, "the selector lists the drives sorted by letter",
+          [&] { std::string s; for (auto& i : items) s += "[" + i + "]"; return s; }());
+    Check(SendMessageW(selector, CB_GETCURSEL, 0, 0) == 0, "the first drive is selected at start");
+
+    HWND toolbar = FindWindowExW(dialog, nullptr, TOOLBARCLASSNAMEW, nullptr);
+    RECT place, bar;
+    GetWindowRect(GetDlgItem(dialog, 1018), &place);
+    GetWindowRect(toolbar, &bar);
+    DWORD buttonSize = static_cast<DWORD>(SendMessageW(toolbar, TB_GETBUTTONSIZE, 0, 0));
+    Check(bar.left + LOWORD(buttonSize) * 3 == place.right && bar.top + HIWORD(buttonSize) == place.bottom,
+          "the toolbar's buttons end at the right and bottom edges of control 1018");
+    Check(IsWindowVisible(GetDlgItem(dialog, 1018)) && Text(GetDlgItem(dialog, 1018)).empty(),
+          "the placeholder stays, empty");
+
+    HWND drivePage = DrivePage(dialog);
+    Check(drivePage && IsWindowVisible(drivePage), "the Drive page is shown first");
+    Screenshot(dialog, "main");
+
+    for (size_t i = 0; i < items.size(); ++i) {
+        SelectDrive(dialog, selector, static_cast<int>(i));
+        std::string fields = DriveFields(drivePage);
+        WriteText(outDir + "\\drive-" + std::to_string(i) + ".txt", fields);
+        Screenshot(dialog, "drive-" + std::to_string(i));
+    }
+
+    // Every tab, clicked as a user clicks it.
+    for (int i = 0; i < static_cast<int>(tabTexts.size()); ++i) {
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, i));
+        Settle(dialog);
+        Check(SendMessageW(tabs, TCM_GETCURSEL, 0, 0) == i, "clicking tab " + tabTexts[i] + " selects it");
+        Screenshot(dialog, "page-" + std::to_string(i));
+    }
+    Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
+    Settle(dialog);
+
+    // Refresh re-reads the drive: the Drive page asks for INQUIRY again.
+    SelectDrive(dialog, selector, 1);
+    size_t before = ReadLines(transcript).size();
+    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 0));
+    Settle(dialog, 800);
+    std::vector<std::string> lines = ReadLines(transcript);
+    char letter = items.size() > 1 && items[1].size() > 3 ? items[1][items[1].size() - 3] : '?';
+    Check(CountContaining(lines, std::string(1, letter) + ": 12 00 00 00 60 00", before) >= 1,
+          "refresh re-reads the selected drive (INQUIRY sent again)");
+
+    before = lines.size();
+    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 1));
+    Settle(dialog, 800);
+    lines = ReadLines(transcript);
+    Check(CountContaining(lines, std::string(1, letter) + ": 1B 01 00 00 02 00 dir=none", before) == 1,
+          "eject sends START STOP UNIT 1B 01 00 00 02 00 with no data to the selected drive");
+    Check(lines.size() == before + 1, "eject sends nothing else and refreshes no page");
+    Screenshot(dialog, "after-eject");
+
+    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    bool closed = false;
+    for (int i = 0; i < 100 && !closed; ++i) {
+        Sleep(100);
+        closed = !IsWindow(dialog);
+    }
+    Check(closed, "Esc (IDCANCEL) closes the program");
+    std::printf("%d passed, %d failed\n", passed, failed);
+    return failed == 0 ? 0 : 1;
+}

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# GUI end-to-end tests: starts the demo build under Wine (on Xvfb when there
+# is no display) with the team's captured drives plus our own, drives it from
+# outside with gui_driver.exe, compares the Drive page with vexlon-report, and
+# keeps screenshots in build/gui-artifacts.
+#
+# usage: tools/gui-tests.sh [MINGW_BUILD_DIR] [NATIVE_BUILD_DIR]
+set -uo pipefail
+cd "$(dirname "$0")/.."
+MINGW=${1:-build/mingw}
+NATIVE=${2:-build/native}
+if [ -z "${DISPLAY:-}" ]; then
+  exec xvfb-run -a -s "-screen 0 1280x1024x24" "$0" "$MINGW" "$NATIVE"
+fi
+OUT=$(pwd)/build/gui-artifacts
+rm -rf "$OUT"; mkdir -p "$OUT"
+export WINEPREFIX
+WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/vexlon-gui-wine.XXXXXX")
+export WINEDEBUG=-all WINEDLLOVERRIDES="mshtml=;mscoree="
+wineboot -i >/dev/null 2>&1 || true
+wineserver -p
+WINE=$(command -v wine || command -v wine64)
+SHARED=$(cd ../shared && pwd)
+TRANSCRIPT=$OUT/transcript.txt
+: > "$TRANSCRIPT"
+export VEXLON_DRIVES="$(winepath -w "$SHARED/drives");$(winepath -w "$(pwd)/tests/data/gui")"
+export VEXLON_TRANSCRIPT
+VEXLON_TRANSCRIPT=$(winepath -w "$TRANSCRIPT")
+
+"$WINE" "$MINGW/src/vexlon-inspector-demo.exe" &
+demo=$!
+"$WINE" "$MINGW/tests/gui_driver.exe" "$(winepath -w "$OUT")" "$VEXLON_TRANSCRIPT" \
+  "$(winepath -w "$(pwd)/tests/data/gui/expected-selector.txt")" | tee "$OUT/driver.txt"
+timeout 30 tail --pid=$demo -f /dev/null 2>/dev/null || kill $demo 2>/dev/null
+
+# The Drive page must show what vexlon-report prints for the same drive file,
+# in selector order. A drive of unknown interface keeps the previous text.
+pass=0; fail=0
+files=(tests/data/gui/usb-no-letter.drive "$SHARED/drives/dvdram-writer-recorded-dvdrw.drive"
+       "$SHARED/drives/dvd-writer-blank-dvdplusrw.drive" "$SHARED/drives/cd-writer-blank-cdr.drive"
+       "$SHARED/drives/bd-writer-recorded-bdr.drive" tests/data/gui/path-id.drive)
+previous_interface=""
+for i in "${!files[@]}"; do
+  expected=$("$NATIVE/src/vexlon-report" --drive "${files[$i]}" drive)
+  interface=$(printf '%s\n' "$expected" | sed -n 's/^Interface: //p')
+  if [ -z "$interface" ]; then
+    expected=$(printf '%s\n' "$expected" | sed "s/^Interface: .*/Interface: $previous_interface/")
+  else
+    previous_interface=$interface
+  fi
+  if [ "$(tr -d '\r' < "$OUT/drive-$i.txt")" == "$expected" ]; then
+    echo "ok - Drive page of ${files[$i]##*/} matches vexlon-report drive"; pass=$((pass + 1))
+  else
+    echo "not ok - Drive page of ${files[$i]##*/} differs from vexlon-report drive"
+    diff <(tr -d '\r' < "$OUT/drive-$i.txt") <(printf '%s\n' "$expected"); fail=$((fail + 1))
+  fi
+done
+grep -q '^Interface: Scsi' "$OUT/drive-5.txt" && { echo "ok - an unknown interface leaves the previous drive's text"; pass=$((pass + 1)); } \
+  || { echo "not ok - an unknown interface leaves the previous drive's text"; fail=$((fail + 1)); }
+
+for b in "$OUT"/*.bmp; do [ -f "$b" ] && convert "$b" "${b%.bmp}.png" && rm -f "$b"; done
+wineserver -k 2>/dev/null || true
+rm -rf "$WINEPREFIX"
+
+driver=$(sed -n 's/^\([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p' "$OUT/driver.txt")
+dp=${driver% *}; df=${driver#* }
+[ -n "$driver" ] || { dp=0; df=1; echo "not ok - the GUI driver finished"; }
+echo "screenshots: $OUT"
+echo "$((pass + dp)) passed, $((fail + df)) failed"
+[ $((fail + df)) -eq 0 ]
