@@ -62,7 +62,7 @@ for b in "$OUT"/*.bmp; do [ -f "$b" ] && convert "$b" "${b%.bmp}.png" && rm -f "
 wineserver -k 2>/dev/null || true
 rm -rf "$WINEPREFIX"
 
-driver=$(sed -n 's/^\([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p' "$OUT/driver.txt")
+driver=$(tr -d '\r' < "$OUT/driver.txt" | sed -n 's/^\([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p')
 dp=${driver% *}; df=${driver#* }
 [ -n "$driver" ] || { dp=0; df=1; echo "not ok - the GUI driver finished"; }
 echo "screenshots: $OUT"

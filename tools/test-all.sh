@@ -49,6 +49,11 @@ windows() {
   return $rc
 }
 
+gui() {
+  # The demo build under Wine on Xvfb, driven from outside; screenshots in build/gui-artifacts.
+  tools/gui-tests.sh build/mingw build/native
+}
+
 fuzz() {
   [ -x tools/run-fuzzers.sh ] || { echo "no fuzzers"; return 0; }
   tools/run-fuzzers.sh "$FUZZ_SECONDS"
@@ -68,6 +73,7 @@ benchmarks() {
 step native native
 step sanitized sanitized
 step windows windows
+step gui gui
 step fuzz fuzz
 step benchmarks benchmarks
 

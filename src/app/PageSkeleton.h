@@ -3,6 +3,7 @@
 // refresh on WM_APP_REFRESH, and the small shared helpers of the pages.
 
 #include <windows.h>
+#include <commctrl.h>
 
 // The DIALOGEX resource `id` of this module, valid for the life of the process.
 const DLGTEMPLATE* LoadPageTemplate(WORD id);
