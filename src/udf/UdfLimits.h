@@ -1,0 +1,63 @@
+#pragma once
+// Bounds on what a disc may make the reader do. A disc is untrusted input:
+// every count, length and walk it describes is capped here so that a
+// damaged or hostile volume mounts with what can be read, or fails, without
+// crashing, hanging, recursing without end or exhausting memory. Each value
+// is far beyond anything a sane volume needs.
+
+#include <cstdint>
+
+// The arena's block size; also the largest single record (an extent table
+// must be smaller than one block).
+constexpr uint32_t kUdfArenaBlockSize = 0x100000;
+
+// Arena blocks a mount may fill: 32 MiB hold well over 200,000 nodes with
+// their names and extents; more is a disc trying to exhaust memory.
+constexpr uint32_t kUdfMaxArenaBlocks = 32;
+
+// Nodes in one tree. Limits the work of a volume whose directories are
+// shared many times over (which a loop check on ancestors cannot see).
+constexpr uint32_t kUdfMaxTreeNodes = 400000;
+
+// Directory nesting. Windows paths end long before this; deeper trees are
+// cut here so the recursion of the directory walk stays shallow.
+constexpr uint32_t kUdfMaxDirectoryDepth = 128;
+
+// The data of one directory: 16 MiB hold over 250,000 identifiers. A larger
+// length is read only up to this, as the growable buffer would follow it.
+constexpr uint32_t kUdfMaxDirectoryBytes = 16u << 20;
+
+// Directory data read over a whole mount, all directories together.
+constexpr uint64_t kUdfMaxTreeDirectoryBytes = 256ull << 20;
+
+// A File Entry or Allocation Extent Descriptor is one logical block; a
+// longer ICB length describes bytes that are not part of it.
+constexpr uint32_t kUdfMaxEntryBytes = 2048;
+
+// Allocation extent descriptors followed for one file, and how deep their
+// chain may nest (each level holds one 2 KiB buffer).
+constexpr uint32_t kUdfMaxChainDescriptors = 4096;
+constexpr uint32_t kUdfMaxChainDepth = 256;
+
+// Allocation extent descriptors read over a whole mount: many files may
+// share one long chain, which no per-file check sees.
+constexpr uint32_t kUdfMaxMountChainDescriptors = 65536;
+
+// Extents of one file: the table must fit in one arena block (8 bytes each).
+constexpr uint32_t kUdfMaxFileExtents = 65536;
+
+// Partition maps taken from the Logical Volume Descriptor; volumes carry
+// one to three.
+constexpr uint32_t kUdfMaxPartitionMaps = 16;
+
+// Partition Descriptors kept; the reader's own table has two, extras are
+// ignored rather than written past it.
+constexpr uint32_t kUdfMaxPartitions = 2;
+
+// Volume Descriptor Sequence length in sectors (the standard asks for at
+// least 16; a long run of readable junk would otherwise cost a command each).
+constexpr uint32_t kUdfMaxDescriptorSequence = 256;
+
+// A physical sector number that no read can satisfy: what an address that
+// leads nowhere translates to.
+constexpr uint32_t kUdfInvalidSector = 0xFFFFFFFFu;

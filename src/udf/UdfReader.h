@@ -1,0 +1,96 @@
+#pragma once
+// CUdfReader mounts the UDF file system of a disc from raw 2048-byte
+// sectors and holds the whole directory tree with every file's extents.
+// The volume and partition layer is here; the tree and file data are in
+// UdfTree.h.
+
+#include <cstdint>
+
+#include "common/BlockArena.h"
+#include "device/Device.h"
+#include "udf/UdfTypes.h"
+
+constexpr uint32_t kUdfFlagIso9660 = 1u << 0;
+constexpr uint32_t kUdfFlagNsr02 = 1u << 1;
+constexpr uint32_t kUdfFlagNsr03 = 1u << 2;
+
+constexpr uint32_t kUdfCacheSize = 0x400000;  // sectors 0-2047
+
+// A heap buffer that grows to exactly what is asked for and never shrinks.
+struct GrowBuffer {
+    uint32_t size;
+    uint8_t* data;
+};
+
+class CUdfReader {
+public:
+    CUdfReader();
+    ~CUdfReader();
+    CUdfReader(const CUdfReader&) = delete;
+    CUdfReader& operator=(const CUdfReader&) = delete;
+
+    // Opens the drive letter ('A'..'Z') with the pass-through device and
+    // mounts it. Only in the Windows build.
+    bool Mount(char letter);
+    // Mounts the disc in an already opened device. With `release` set the
+    // reader owns the device and hands it to `release` in Release.
+    bool MountDevice(CDevice* drive, void (*release)(CDevice*) = nullptr);
+    void Release();
+
+    const char* VolumeName() const { return volumeName; }
+    uint32_t TranslateAddress(IcbLocation& address);
+    uint32_t CachedRead(uint32_t sector, uint32_t bytes, void* dst);
+    // A kind 0 location is rewritten in place to kind 1 in the default partition.
+    uint32_t ReadLocation(IcbLocation& location, void* dst);
+    uint32_t ReadLongAd(const uint8_t* longAd, GrowBuffer& into);
+    bool GrowTo(GrowBuffer& buffer, uint64_t bytes);
+
+    // Bytes held by the mount (arena blocks, buffers, cache), for the tests
+    // that bound what a hostile disc can make it allocate.
+    uint64_t MemoryInUse() const;
+
+    uint32_t flags = 0;
+    uint32_t lowestDataSector = 0xFFFFFFFFu;
+    CDevice* device = nullptr;
+    FileNode* root = nullptr;
+    BlockArena* arena = nullptr;
+    GrowBuffer descriptorBuffer{};
+    GrowBuffer entryBuffer{};
+    uint8_t* cache = nullptr;
+    uint32_t cacheSize = 0;
+    char volumeName[128] = {};
+    PartitionRecord partitions[2] = {};
+    PartitionMapEntry* partitionMaps = nullptr;
+    uint32_t partitionMapCount = 0;
+    uint16_t defaultPartition = 0;
+    IcbLocation rootLocation{};
+
+    // Bookkeeping of the bounds in UdfLimits.h.
+    uint32_t partitionCount = 0;
+    uint32_t metadataFileLocation = 0;
+    bool metadataPresent = false;
+    uint32_t nodeCount = 0;
+    uint64_t directoryBytesRead = 0;
+    uint64_t arenaBytes = 0;
+    uint32_t chainReads = 0;
+    uint32_t rootIcbSector = 0;
+
+private:
+    bool FillCache();
+    bool RecognizeVolume();
+    bool ReadVolumeDescriptors();
+    bool ReadLogicalVolume(const uint8_t* lvd, uint8_t* fsdLongAd);
+    bool LoadMetadataExtents();
+    bool ReadFileSet(const uint8_t* fsdLongAd);
+    void SetRootLocation(const uint8_t* rootLongAd);
+    uint32_t ReadMetadataLocation(const PartitionMapEntry& map, IcbLocation location, uint8_t* dst);
+
+    void (*releaseDevice)(CDevice*) = nullptr;
+};
+
+// Copies a dstring of `n` bytes as narrow characters into dst (n bytes,
+// zero-filled by the caller); 16-bit characters keep their low byte.
+void DStringToNarrow(const uint8_t* field, uint32_t n, char* dst);
+
+// Zero-filled memory from the reader's arena within the mount's budget.
+void* ReaderAllocate(CUdfReader& reader, uint32_t bytes);

@@ -1,0 +1,164 @@
+// Building the tree: directories, their File Identifier Descriptors and the
+// entries they point to.
+
+#include "udf/UdfTree.h"
+
+#include <cstring>
+
+#include "udf/UdfEntry.h"
+#include "udf/UdfLimits.h"
+
+namespace {
+
+constexpr uint32_t kSector = 2048;
+
+uint64_t RoundUpToSector(uint64_t bytes) { return (bytes + kSector - 1) & ~static_cast<uint64_t>(kSector - 1); }
+
+void CopyName(const ByteReader& fid, uint32_t lfi, uint32_t liu, char* name) {
+    if (lfi <= 1) return;
+    size_t id = 38 + static_cast<size_t>(liu);
+    if (fid.U8(id) == 16) {
+        uint32_t count = ((lfi - 2) >> 1) + 1;
+        for (uint32_t i = 0; i < count; ++i) name[i] = static_cast<char>(fid.U8(id + 2 + 2 * static_cast<size_t>(i)));
+    } else {
+        for (uint32_t i = 0; i + 1 < lfi; ++i) name[i] = static_cast<char>(fid.U8(id + 1 + i));
+    }
+}
+
+void SetDirectoryLocation(CUdfReader& reader, FileNode* node, const ByteReader& fe, const EntryInfo& info) {
+    uint32_t at = info.adOffset;
+    IcbLocation location{};
+    if (info.adType == kAdEmbedded) {
+        node->location = IcbLocation{3, static_cast<uint16_t>(info.adOffset), node->icbSector, info.adLength};
+        node->sector = node->icbSector;
+        return;
+    }
+    if (info.count == 0) return;
+    if (info.adType == kAdShort)
+        location = IcbLocation{0, 0, fe.LE32(at + 4), fe.LE32(at)};
+    else if (info.adType == kAdLong)
+        location = IcbLocation{1, fe.LE16(at + 8), fe.LE32(at + 4), fe.LE32(at)};
+    else
+        return;
+    node->sector = reader.TranslateAddress(location);
+    node->location = location;
+}
+
+void AppendExtent(ExtentList& list, uint32_t sector, uint32_t length) {
+    if (list.extents.size() < kUdfMaxFileExtents) list.extents.push_back(FileExtent{sector, length});
+}
+
+// One allocation descriptor of a file: recorded extents are kept, chains
+// followed, unrecorded and unallocated ones dropped (so holes vanish).
+void TakeDescriptor(CUdfReader& reader, IcbLocation address, uint32_t length, ExtentList& list) {
+    IcbLocation chain = address;
+    uint32_t sector = reader.TranslateAddress(address);
+    if (length < 0x40000000u)
+        AppendExtent(list, sector, length);
+    else if (ExtentType(length) == 3) {
+        chain.length = ExtentBytes(length);
+        FollowAllocationChain(reader, chain, list);
+    }
+}
+
+void CollectExtents(CUdfReader& reader, FileNode* node, const ByteReader& fe, const EntryInfo& info) {
+    if (info.adType != kAdShort && info.adType != kAdLong) return;
+    ExtentList list;
+    for (uint32_t i = 0; i < info.count; ++i) {
+        if (info.adType == kAdShort) {
+            uint32_t at = info.adOffset + 8 * i;
+            TakeDescriptor(reader, IcbLocation{0, 0, fe.LE32(at + 4), 0}, fe.LE32(at), list);
+        } else {
+            uint32_t at = info.adOffset + 16 * i;
+            TakeDescriptor(reader, IcbLocation{1, fe.LE16(at + 8), fe.LE32(at + 4), 0}, fe.LE32(at), list);
+        }
+    }
+    if (list.extents.empty()) return;
+    uint32_t count = static_cast<uint32_t>(list.extents.size());
+    auto* table = static_cast<FileExtent*>(ReaderAllocate(reader, count * static_cast<uint32_t>(sizeof(FileExtent))));
+    if (!table) return;
+    std::memcpy(static_cast<void*>(table), list.extents.data(), count * sizeof(FileExtent));
+    node->extentCount = count;
+    node->extents = table;
+    for (const FileExtent& e : list.extents)
+        if (e.start < reader.lowestDataSector) reader.lowestDataSector = e.start;
+}
+
+// True when the directory's entry or data is that of one of its ancestors.
+bool ContainsAncestor(const FileNode* node) {
+    const FileNode* p = node->parent;
+    for (uint32_t depth = 0; p && depth <= kUdfMaxDirectoryDepth; ++depth) {
+        if (p->sector == node->sector || (p->icbSector == node->icbSector && node->icbSector != 0)) return true;
+        if (p->parent == p) break;
+        p = p->parent;
+    }
+    return false;
+}
+
+bool ReadDirectoryAt(CUdfReader& reader, IcbLocation location, FileNode* dirNode, uint32_t depth) {
+    uint64_t length = location.length < kUdfMaxDirectoryBytes ? location.length : kUdfMaxDirectoryBytes;
+    if (reader.directoryBytesRead + length > kUdfMaxTreeDirectoryBytes) return true;
+    reader.directoryBytesRead += length;
+    if (!reader.GrowTo(reader.descriptorBuffer, RoundUpToSector(length))) return true;
+    location.length = static_cast<uint32_t>(length);
+    uint32_t got = reader.ReadLocation(location, reader.descriptorBuffer.data);
+    if (got == 0) return true;
+    ByteReader bytes(reader.descriptorBuffer.data, got < length ? got : length);
+    FileNode* last = nullptr;
+    for (size_t offset = 0; offset < bytes.Size();) {
+        uint32_t characteristics = bytes.U8(offset + 18), lfi = bytes.U8(offset + 19);
+        uint32_t liu = bytes.LE16(offset + 36);
+        size_t step = (38 + static_cast<size_t>(liu) + lfi + 3) & ~static_cast<size_t>(3);
+        if (lfi != 0 && !(characteristics & 4)) {
+            FileNode* node = reader.nodeCount < kUdfMaxTreeNodes
+                                 ? MakeNode(reader, bytes.Sub(offset, bytes.Size() - offset))
+                                 : nullptr;
+            if (!node) break;
+            node->parent = dirNode;
+            if (!dirNode->firstChild) dirNode->firstChild = node;
+            if (last) last->nextSibling = node;
+            last = node;
+        }
+        offset += step;
+    }
+    if (depth + 1 >= kUdfMaxDirectoryDepth) return true;
+    for (FileNode* child = dirNode->firstChild; child; child = child->nextSibling)
+        if (child->isDirectory && !ContainsAncestor(child)) ReadDirectoryAt(reader, child->location, child, depth + 1);
+    return true;
+}
+
+}  // namespace
+
+bool ReadDirectory(CUdfReader& reader, IcbLocation location, FileNode* dirNode) {
+    uint32_t depth = 0;
+    for (const FileNode* p = dirNode; p && p->parent != p && depth < kUdfMaxDirectoryDepth; p = p->parent) ++depth;
+    return ReadDirectoryAt(reader, location, dirNode, depth);
+}
+
+FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
+    uint32_t lfi = fid.U8(19), liu = fid.LE16(36);
+    auto* node = static_cast<FileNode*>(ReaderAllocate(reader, kFileNodeRecordSize + lfi));
+    if (!node) return nullptr;
+    ++reader.nodeCount;
+    node->isDirectory = (fid.U8(18) >> 1) & 1;
+    IcbLocation icb{1, fid.LE16(28), fid.LE32(24), 0};
+    node->icbSector = reader.TranslateAddress(icb);
+    node->icbLength = fid.LE32(20);
+    CopyName(fid, lfi, liu, NodeName(node));
+    if (node->icbLength == 0) return node;
+    uint8_t longAd[16];
+    for (uint32_t i = 0; i < 16; ++i) longAd[i] = fid.U8(20 + i);
+    uint32_t got = reader.ReadLongAd(longAd, reader.entryBuffer);
+    if (got == 0) return node;
+    ByteReader fe(reader.entryBuffer.data, got);
+    EntryInfo info = ParseFileEntry(fe);
+    if (!info.valid) return node;
+    for (uint32_t i = 0; i < 12; ++i) node->modified[i] = fe.U8(info.modifiedOffset + i);
+    if (node->isDirectory) {
+        SetDirectoryLocation(reader, node, fe, info);
+    } else {
+        node->size = fe.LE64(56);
+        CollectExtents(reader, node, fe, info);
+    }
+    return node;
+}
