@@ -6,6 +6,8 @@
 #include "device/Commands.h"
 #include "device/TidyCopy.h"
 #include "pages/DriveInfo.h"
+#include "pages/FeatureLabels.h"
+#include "pages/MediaReport.h"
 
 namespace {
 
@@ -76,6 +78,16 @@ bool RunReportCommand(const std::string& command, ReportDrive& drive, std::strin
         out += CapabilitiesReport(*drive.device);
         return true;
     }
+    if (command == "features") {
+        DriveCapabilities caps{};
+        ReadCapabilities(*drive.device, caps);
+        out += FormatFeatureStates(caps);
+        return true;
+    }
+    if (command == "media") {
+        out += MediaReport(*drive.device);
+        return true;
+    }
     error = "unknown command '" + command + "' (see --help)";
     return false;
 }
@@ -99,6 +111,10 @@ const char* ReportUsage() {
            "  capabilities  every field of the drive's capability record (mode page\n"
            "                2Ah and the feature list), one 'name: value' line each;\n"
            "                bit words as 0x plus 8 hex digits, the rest in decimal\n"
+           "  features      the Feature page's 64 shown labels in the page's order, one\n"
+           "                'group<TAB>caption<TAB>on|off' line each\n"
+           "  media         the Media page's report exactly as the page shows it, with\n"
+           "                CR LF line ends\n"
            "\n"
            "Errors go to standard error and end with a non-zero exit status.\n";
 }
