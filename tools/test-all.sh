@@ -4,6 +4,10 @@
 # fuzzers for a short while, and the benchmarks once as a smoke run.
 set -uo pipefail
 cd "$(dirname "$0")/.."
+# Windows tests that make windows, and the GUI tests, need a screen.
+if [ -z "${DISPLAY:-}" ] && command -v xvfb-run >/dev/null; then
+  exec xvfb-run -a -s "-screen 0 1280x1024x24" bash "$0" "$@"
+fi
 JOBS=${JOBS:-$(nproc)}
 FUZZ_SECONDS=${FUZZ_SECONDS:-15}
 failed=0
