@@ -85,14 +85,24 @@ bool CUdfReader::FillCache() {
     cacheSize = kUdfCacheSize;
     const uint32_t chunk = kCacheCommandSectors * kSector;
     for (uint32_t i = 0; i < kUdfCacheSize / chunk; ++i)
-        ReadSectors(*device, i * kCacheCommandSectors, kCacheCommandSectors, cache + i * chunk);
+        if (ReadSectors(*device, i * kCacheCommandSectors, kCacheCommandSectors, cache + i * chunk))
+            cacheValid |= 1ull << i;
+    return true;
+}
+
+// A piece whose 64 KiB command failed (a disc smaller than the cache ends
+// inside one) is read from the drive instead of from never-filled memory.
+bool CUdfReader::CacheHolds(uint32_t sector, uint32_t bytes) const {
+    uint32_t last = bytes ? sector + (bytes - 1) / kSector : sector;
+    for (uint32_t piece = sector / kCacheCommandSectors; piece <= last / kCacheCommandSectors; ++piece)
+        if (!(cacheValid & (1ull << piece))) return false;
     return true;
 }
 
 uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
     if (sector == kUdfInvalidSector || !dst) return 0;
     uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
-    if (cache && end < cacheSize) {
+    if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
         std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);
         return bytes;
     }

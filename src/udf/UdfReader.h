@@ -58,6 +58,7 @@ public:
     GrowBuffer entryBuffer{};
     uint8_t* cache = nullptr;
     uint32_t cacheSize = 0;
+    uint64_t cacheValid = 0;  // one bit per 64 KiB piece that was read
     char volumeName[128] = {};
     PartitionRecord partitions[2] = {};
     PartitionMapEntry* partitionMaps = nullptr;
@@ -77,6 +78,7 @@ public:
 
 private:
     bool FillCache();
+    bool CacheHolds(uint32_t sector, uint32_t bytes) const;
     bool RecognizeVolume();
     bool ReadVolumeDescriptors();
     bool ReadLogicalVolume(const uint8_t* lvd, uint8_t* fsdLongAd);

@@ -162,3 +162,26 @@ inline std::string TempDir(const std::string& name) {
     if (std::system(command.c_str())) {}
     return dir;
 }
+
+#include "../../tools/udfmaster/UdfImageBuilder.h"
+
+// Writes a built image to a temporary file and returns its path.
+inline std::string WriteImage(const udfmaster::Image& image, const std::string& name) {
+    std::string path = TempDir("img") + "/" + name + ".img";
+    WriteWholeFile(path, std::string(image.bytes.begin(), image.bytes.end()));
+    return path;
+}
+
+inline std::string WriteImage(const std::vector<uint8_t>& bytes, const std::string& name) {
+    std::string path = TempDir("img") + "/" + name + ".img";
+    WriteWholeFile(path, std::string(bytes.begin(), bytes.end()));
+    return path;
+}
+
+inline void PokeLE32(std::vector<uint8_t>& b, size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) b[at + i] = static_cast<uint8_t>(v >> (8 * i));
+}
+inline void PokeLE16(std::vector<uint8_t>& b, size_t at, uint16_t v) {
+    b[at] = static_cast<uint8_t>(v);
+    b[at + 1] = static_cast<uint8_t>(v >> 8);
+}
