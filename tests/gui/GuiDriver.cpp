@@ -212,6 +212,42 @@ void SelectDrive(HWND dialog, HWND selector, int index) {
     Settle(dialog);
 }
 
+void RefreshAndEject(HWND dialog, HWND selector, HWND toolbar, HWND tabs, const std::vector<std::string>& tabTexts,
+                     const std::vector<std::string>& items, const std::string& transcript) {
+    const size_t target = items.size() > 1 ? 1 : 0;
+    char letter = items[target].size() > 3 ? items[target][items[target].size() - 3] : '?';
+    std::string inquiry = std::string(1, letter) + ": 12 00 00 00 60 00";
+    SelectDrive(dialog, selector, static_cast<int>(target));
+
+    // A hidden page that exists is refreshed too: on the Media tab, the
+    // Drive page still asks for INQUIRY after refresh.
+    Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 2));
+    Settle(dialog);
+    size_t before = ReadLines(transcript).size();
+    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 0));
+    Settle(dialog, 800);
+    std::vector<std::string> lines = ReadLines(transcript);
+    Check(CountContaining(lines, inquiry, before) == 1,
+          "refresh re-reads the selected drive on every created page, the hidden Drive page included");
+
+    // Choosing the drive that is already selected does the same.
+    before = lines.size();
+    SelectDrive(dialog, selector, static_cast<int>(target));
+    lines = ReadLines(transcript);
+    Check(CountContaining(lines, inquiry, before) == 1, "selecting the same drive again refreshes the pages");
+    Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
+    Settle(dialog);
+
+    before = lines.size();
+    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 1));
+    Settle(dialog, 800);
+    lines = ReadLines(transcript);
+    Check(CountContaining(lines, std::string(1, letter) + ": 1B 01 00 00 02 00 dir=none", before) == 1,
+          "eject sends START STOP UNIT 1B 01 00 00 02 00 with no data to the selected drive");
+    Check(lines.size() == before + 1, "eject sends nothing else and refreshes no page");
+    (void)tabTexts;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -242,7 +278,10 @@ int main(int argc, char** argv) {
     std::vector<std::string> items = SelectorItems(selector);
     Check(items == expected, "the selector lists the drives sorted by letter",
           [&] { std::string s; for (auto& i : items) s += "[" + i + "]"; return s; }());
-    Check(SendMessageW(selector, CB_GETCURSEL, 0, 0) == 0, "the first drive is selected at start");
+    if (items.empty())
+        Check(SendMessageW(selector, CB_GETCURSEL, 0, 0) == CB_ERR, "with no drive the selector stays empty");
+    else
+        Check(SendMessageW(selector, CB_GETCURSEL, 0, 0) == 0, "the first drive is selected at start");
 
     HWND toolbar = FindWindowExW(dialog, nullptr, TOOLBARCLASSNAMEW, nullptr);
     RECT place, bar;
@@ -253,6 +292,18 @@ int main(int argc, char** argv) {
           "the toolbar's buttons end at the right and bottom edges of control 1018");
     Check(IsWindowVisible(GetDlgItem(dialog, 1018)) && Text(GetDlgItem(dialog, 1018)).empty(),
           "the placeholder stays, empty");
+
+    if (!items.empty()) {
+        // Only the Drive page exists yet: a refresh must not reach pages never shown.
+        size_t before = ReadLines(transcript).size();
+        HWND bar = FindWindowExW(dialog, nullptr, TOOLBARCLASSNAMEW, nullptr);
+        Click(bar, RemoteRect(bar, TB_GETITEMRECT, 0));
+        Settle(dialog, 800);
+        std::vector<std::string> lines = ReadLines(transcript);
+        Check(CountContaining(lines, ": 12 00 00 00 60 00", before) == 1 &&
+                  CountContaining(lines, ": 46 00 00 00 00 00 00 00 2C 00", before) == 0,
+              "refresh reaches the created Drive page only, not pages never shown");
+    }
 
     HWND drivePage = DrivePage(dialog);
     Check(drivePage && IsWindowVisible(drivePage), "the Drive page is shown first");
@@ -275,24 +326,17 @@ int main(int argc, char** argv) {
     Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
     Settle(dialog);
 
-    // Refresh re-reads the drive: the Drive page asks for INQUIRY again.
-    SelectDrive(dialog, selector, 1);
-    size_t before = ReadLines(transcript).size();
-    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 0));
-    Settle(dialog, 800);
-    std::vector<std::string> lines = ReadLines(transcript);
-    char letter = items.size() > 1 && items[1].size() > 3 ? items[1][items[1].size() - 3] : '?';
-    Check(CountContaining(lines, std::string(1, letter) + ": 12 00 00 00 60 00", before) >= 1,
-          "refresh re-reads the selected drive (INQUIRY sent again)");
-
-    before = lines.size();
-    Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 1));
-    Settle(dialog, 800);
-    lines = ReadLines(transcript);
-    Check(CountContaining(lines, std::string(1, letter) + ": 1B 01 00 00 02 00 dir=none", before) == 1,
-          "eject sends START STOP UNIT 1B 01 00 00 02 00 with no data to the selected drive");
-    Check(lines.size() == before + 1, "eject sends nothing else and refreshes no page");
-    Screenshot(dialog, "after-eject");
+    if (items.empty()) {
+        // No drive at all: the toolbar's commands go to an invalid handle and change nothing.
+        Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 0));
+        Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 1));
+        Settle(dialog, 800);
+        Check(IsWindow(dialog) && ReadLines(transcript).empty(),
+              "with no drive, refresh and eject send nothing and the program stays up");
+        Check(Text(GetDlgItem(drivePage, 1003)).empty(), "with no drive, the Drive page stays empty");
+    } else {
+        RefreshAndEject(dialog, selector, toolbar, tabs, tabTexts, items, transcript);
+    }
 
     PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
     bool closed = false;
