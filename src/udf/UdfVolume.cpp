@@ -128,7 +128,7 @@ bool CUdfReader::LoadMetadataExtents() {
 }
 
 bool CUdfReader::ReadFileSet(const uint8_t* fsdLongAd) {
-    defaultPartition = ByteReader(fsdLongAd, 16).LE16(12);
+    defaultPartition = ByteReader(fsdLongAd, 16).LE16(8);
     uint32_t got = ReadLongAd(fsdLongAd, descriptorBuffer);
     if (got == 0) return false;
     ByteReader fsd(descriptorBuffer.data, got);
