@@ -66,7 +66,9 @@ TEST_F(EnumerationTest, InterfaceDetailAbove1024BytesIsNeverListed) {
     EXPECT_EQ(list[0].letter, 'E');
     // The oversized drive was never even opened.
     for (const auto& call : seam.calls)
-        if (call.name == "CreateFileA") EXPECT_LT(call.in.size(), 1000u);
+        if (call.name == "CreateFileA") {
+            EXPECT_LT(call.in.size(), 1000u);
+        }
 }
 
 TEST_F(EnumerationTest, PathIdIsNeverShown) {
