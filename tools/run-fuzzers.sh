@@ -16,7 +16,14 @@ case $SECONDS_PER_TARGET in
 esac
 BUILD_DIR=${BUILD_DIR:-build/fuzz}
 JOBS=${JOBS:-$(nproc)}
-TARGETS=(fuzz_capabilities fuzz_drive_file)
+# One target per fuzz/fuzz_<name>.cpp, as fuzz/CMakeLists.txt builds them.
+TARGETS=()
+for source in fuzz/fuzz_*.cpp; do
+  [ -f "$source" ] || continue
+  name=${source##*/}
+  TARGETS+=("${name%.cpp}")
+done
+if [ ${#TARGETS[@]} -eq 0 ]; then echo "no fuzz targets in fuzz/" >&2; exit 1; fi
 
 CC=clang CXX=clang++ cmake -S . -B "$BUILD_DIR" -DVEXLON_FUZZ=ON -DVEXLON_TESTS=OFF \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
