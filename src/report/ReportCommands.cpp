@@ -6,6 +6,7 @@
 #include "device/Commands.h"
 #include "device/TidyCopy.h"
 #include "pages/DriveInfo.h"
+#include "report/UdfReport.h"
 #include "pages/FeatureLabels.h"
 #include "pages/MediaReport.h"
 
@@ -88,12 +89,33 @@ bool RunReportCommand(const std::string& command, ReportDrive& drive, std::strin
         out += MediaReport(*drive.device);
         return true;
     }
+    if (command == "files") {
+        out += FilesReport(*drive.device);
+        return true;
+    }
     error = "unknown command '" + command + "' (see --help)";
     return false;
 }
 
+bool RunReportCommand(const std::string& command, const std::vector<std::string>& arguments, ReportDrive& drive,
+                      std::string& out, std::string& error) {
+    if (command == "extract") {
+        if (arguments.size() != 2) {
+            error = "extract takes PATH OUT";
+            return false;
+        }
+        return ExtractReport(*drive.device, arguments[0], arguments[1], error);
+    }
+    if (!arguments.empty()) {
+        error = "command '" + command + "' takes no arguments";
+        return false;
+    }
+    return RunReportCommand(command, drive, out, error);
+}
+
 const char* ReportUsage() {
     return "usage: vexlon-report --drive FILE.drive COMMAND\n"
+           "       vexlon-report --drive FILE.drive extract PATH OUT\n"
 #ifdef _WIN32
            "       vexlon-report --device E: COMMAND\n"
 #endif
@@ -115,6 +137,9 @@ const char* ReportUsage() {
            "                'group<TAB>caption<TAB>on|off' line each\n"
            "  media         the Media page's report exactly as the page shows it, with\n"
            "                CR LF line ends\n"
+           "  files         the File page's export of the disc's UDF tree\n"
+           "                (filesystem.txt) byte for byte, with CR LF line ends\n"
+           "  extract PATH OUT  copies the disc file PATH to OUT\n"
            "\n"
            "Errors go to standard error and end with a non-zero exit status.\n";
 }

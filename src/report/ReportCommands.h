@@ -2,6 +2,7 @@
 // The report tool's commands, each printing what a page shows for one drive.
 
 #include <string>
+#include <vector>
 
 #include "device/Device.h"
 
@@ -16,6 +17,10 @@ struct ReportDrive {
 // message in `error` for an unknown command.
 bool RunReportCommand(const std::string& command, ReportDrive& drive, std::string& out,
                       std::string& error);
+
+// The same with the command's own arguments (extract PATH OUT).
+bool RunReportCommand(const std::string& command, const std::vector<std::string>& arguments, ReportDrive& drive,
+                      std::string& out, std::string& error);
 
 std::string IdsReport(ReportDrive& drive);
 std::string CapabilitiesReport(CDevice& device);

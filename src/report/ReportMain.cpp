@@ -28,7 +28,7 @@ int Emit(bool ok, const std::string& out, const std::string& error) {
     return std::fflush(stdout) == 0 ? 0 : 1;
 }
 
-int RunOnDriveFile(const std::string& fileName, const std::string& command) {
+int RunOnDriveFile(const std::string& fileName, const std::string& command, const std::vector<std::string>& args) {
     DriveFile file;
     std::string error;
     if (!LoadDriveFile(fileName, file, error)) return Fail(error);
@@ -39,12 +39,12 @@ int RunOnDriveFile(const std::string& fileName, const std::string& command) {
     ReportDrive drive{&device, one[0].letter ? one[0].letter : 'A', one[0].address[0],
                       one[0].address[2], one[0].address[3], one[0].path};
     std::string out;
-    bool ok = RunReportCommand(command, drive, out, error);
+    bool ok = RunReportCommand(command, args, drive, out, error);
     return Emit(ok, out, error);
 }
 
 #ifdef VEXLON_REAL_DEVICES
-int RunOnDevice(const std::string& name, const std::string& command) {
+int RunOnDevice(const std::string& name, const std::string& command, const std::vector<std::string>& args) {
     if (name.size() < 1 || name.size() > 2 || (name.size() == 2 && name[1] != ':'))
         return Fail("--device takes a drive letter such as E:");
     char letter = static_cast<char>(name[0] & ~0x20);
@@ -56,7 +56,7 @@ int RunOnDevice(const std::string& name, const std::string& command) {
     // A volume path has no interface part: the Interface line stays empty.
     ReportDrive drive{&device, letter, a.PortNumber, a.TargetId, a.Lun, std::string("\\\\.\\") + letter + ":"};
     std::string out, error;
-    bool ok = RunReportCommand(command, drive, out, error);
+    bool ok = RunReportCommand(command, args, drive, out, error);
     device.Close();
     return Emit(ok, out, error);
 }
@@ -72,14 +72,17 @@ int main(int argc, char** argv) {
         std::fputs(ReportUsage(), stdout);
         return 0;
     }
-    if (argc != 4) {
+    // extract carries its two operands after the command.
+    bool extract = argc == 6 && !std::strcmp(argv[3], "extract");
+    if (argc != 4 && !extract) {
         std::fputs(ReportUsage(), stderr);
         return 2;
     }
     std::string option = argv[1], source = argv[2], command = argv[3];
-    if (option == "--drive") return RunOnDriveFile(source, command);
+    std::vector<std::string> args(argv + 4, argv + argc);
+    if (option == "--drive") return RunOnDriveFile(source, command, args);
 #ifdef VEXLON_REAL_DEVICES
-    if (option == "--device") return RunOnDevice(source, command);
+    if (option == "--device") return RunOnDevice(source, command, args);
 #endif
     return Fail("unknown option '" + option + "' (see --help)");
 }
