@@ -16,18 +16,6 @@ INT_PTR EmptyPage(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
 
 }  // namespace
 
-INT_PTR CALLBACK FeaturePageProcedure(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_DRAWITEM) {
-        DrawLabel(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-        return TRUE;
-    }
-    if (message == WM_INITDIALOG || message == WM_APP_REFRESH) ResetLabels(page);
-    return EmptyPage(page, message, wParam, lParam);
-}
-
-INT_PTR CALLBACK MediaPageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
 INT_PTR CALLBACK FilePageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
 INT_PTR CALLBACK SectorPageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
-INT_PTR CALLBACK FilterPageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
 INT_PTR CALLBACK SystemPageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
-INT_PTR CALLBACK AboutPageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
