@@ -29,8 +29,9 @@ bool ModeSense(CDevice& device, bool tenByte, uint8_t* buffer) {
     return device.ExecuteCommand(command, nullptr);
 }
 
-void ApplyMediaFeature(uint16_t code, const ByteReader& d, DriveCapabilities& caps) {
-    uint32_t& m = caps.mediaFeatureBits;
+// Works on plain copies of the words: the record is byte-packed, so its
+// members may sit at addresses no uint32_t reference may be bound to.
+void ApplyMediaFeature(uint16_t code, const ByteReader& d, uint32_t& m, uint32_t& pageBits) {
     switch (code) {
     case 0x001F:
         SetBit(m, 0, d.Bit(6, 0)); SetBit(m, 1, true); SetBit(m, 2, d.Bit(6, 1)); break;
@@ -48,7 +49,7 @@ void ApplyMediaFeature(uint16_t code, const ByteReader& d, DriveCapabilities& ca
         // Bits 17 and 18 both take d[4] bit 1, and the descriptor overrides
         // the mode page's DVD-R write bit: both kept as the drive tables were.
         SetBit(m, 16, d.Bit(4, 3)); SetBit(m, 17, d.Bit(4, 1)); SetBit(m, 18, d.Bit(4, 1));
-        SetBit(caps.pageBits, 10, d.Bit(4, 3)); break;
+        SetBit(pageBits, 10, d.Bit(4, 3)); break;
     case 0x0051:
         SetBit(m, 23, d.Bit(4, 0)); SetBit(m, 24, d.Bit(5, 0)); SetBit(m, 27, d.Bit(6, 0)); break;
     case 0x0041: SetBit(m, 28, d.AnyNonZero(16, 8)); SetBit(m, 29, d.AnyNonZero(8, 8)); break;
@@ -84,12 +85,14 @@ void DecodeCapabilitiesPage(const uint8_t* modeData, size_t size, size_t pageOff
     static const unsigned byte2[] = {0, 1, 2, 3, 4, 5};
     static const unsigned byte3[] = {0, 1, 2, 4, 5};
     static const unsigned all8[] = {0, 1, 2, 3, 4, 5, 6, 7};
-    SetBit(caps.pageBits, 0, true);
-    CopyBits(caps.pageBits, 1, p.U8(2), byte2, 6);
-    CopyBits(caps.pageBits, 7, p.U8(3), byte3, 5);
-    CopyBits(caps.pageBits, 12, p.U8(4), all8, 8);
-    CopyBits(caps.pageBits, 20, p.U8(5), all8, 8);
-    CopyBits(caps.pageBits, 28, p.U8(6), all8, 4);
+    uint32_t pageBits = caps.pageBits;
+    SetBit(pageBits, 0, true);
+    CopyBits(pageBits, 1, p.U8(2), byte2, 6);
+    CopyBits(pageBits, 7, p.U8(3), byte3, 5);
+    CopyBits(pageBits, 12, p.U8(4), all8, 8);
+    CopyBits(pageBits, 20, p.U8(5), all8, 8);
+    CopyBits(pageBits, 28, p.U8(6), all8, 4);
+    caps.pageBits = pageBits;
     caps.loadingMechanism = static_cast<uint8_t>(p.U8(6) >> 5);
     caps.pageByte7Bits = (caps.pageByte7Bits & ~0x3Fu) | (p.U8(7) & 0x3Fu);
     caps.bufferSize = p.BE16(12);
@@ -105,6 +108,8 @@ void DecodeFeatureList(const uint8_t* list, size_t size, DriveCapabilities& caps
     if (dataLength < 4 || dataLength - 4 < 1) return;
     int64_t remaining = static_cast<int64_t>(dataLength) - 4;
     size_t offset = 8;
+    uint32_t media = caps.mediaFeatureBits;
+    uint32_t pageBits = caps.pageBits;
     // Every descriptor is at least 4 bytes long, so the walk always advances;
     // it also ends at the last byte held, whatever the data length claims.
     while (remaining > 0 && offset < r.Size()) {
@@ -113,12 +118,14 @@ void DecodeFeatureList(const uint8_t* list, size_t size, DriveCapabilities& caps
         ByteReader d = r.Sub(offset, r.Size());
         uint16_t code = d.BE16(0);
         size_t descriptorSize = static_cast<size_t>(r.U8(offset + 3)) + 4;
-        ApplyMediaFeature(code, d, caps);
+        ApplyMediaFeature(code, d, media, pageBits);
         int bit = DriveFeatureBit(code);
         if (bit >= 0) caps.driveFeatureBits |= 1u << bit;
         offset += descriptorSize;
         remaining -= static_cast<int64_t>(descriptorSize);
     }
+    caps.mediaFeatureBits = media;
+    caps.pageBits = pageBits;
 }
 
 bool ReadCapabilities(CDevice& device, DriveCapabilities& caps) {
