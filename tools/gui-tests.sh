@@ -55,6 +55,23 @@ for i in "${!files[@]}"; do
     diff <(tr -d '\r' < "$OUT/drive-$i.txt") <(printf '%s\n' "$expected"); fail=$((fail + 1))
   fi
 done
+# The Feature page's label states and the Media page's text must equal the
+# report tool's for the same drive.
+for i in "${!files[@]}"; do
+  name=${files[$i]##*/}
+  if diff <(tr -d '\r' < "$OUT/features-$i.txt" | sort) <("$NATIVE/src/vexlon-report" --drive "${files[$i]}" features | sort) >/dev/null; then
+    echo "ok - Feature page of $name matches vexlon-report features"; pass=$((pass + 1))
+  else
+    echo "not ok - Feature page of $name differs from vexlon-report features"; fail=$((fail + 1))
+    diff <(tr -d '\r' < "$OUT/features-$i.txt" | sort) <("$NATIVE/src/vexlon-report" --drive "${files[$i]}" features | sort) | head -10
+  fi
+  if cmp -s "$OUT/media-$i.txt" <("$NATIVE/src/vexlon-report" --drive "${files[$i]}" media); then
+    echo "ok - Media page of $name matches vexlon-report media byte for byte"; pass=$((pass + 1))
+  else
+    echo "not ok - Media page of $name differs from vexlon-report media"; fail=$((fail + 1))
+    diff <(cat -A "$OUT/media-$i.txt") <("$NATIVE/src/vexlon-report" --drive "${files[$i]}" media | cat -A) | head -10
+  fi
+done
 grep -q '^Interface: Scsi' "$OUT/drive-5.txt" && { echo "ok - an unknown interface leaves the previous drive's text"; pass=$((pass + 1)); } \
   || { echo "not ok - an unknown interface leaves the previous drive's text"; fail=$((fail + 1)); }
 

@@ -164,6 +164,88 @@ BOOL CALLBACK FindPage(HWND child, LPARAM lParam) {
     return TRUE;
 }
 
+struct ClassFinder {
+    int controlId;
+    const wchar_t* controlClass;
+    HWND found;
+};
+
+BOOL CALLBACK FindPageByControlClass(HWND child, LPARAM lParam) {
+    auto* finder = reinterpret_cast<ClassFinder*>(lParam);
+    wchar_t name[16], control[16] = {};
+    GetClassNameW(child, name, 16);
+    HWND item = GetDlgItem(child, finder->controlId);
+    if (item) GetClassNameW(item, control, 16);
+    if (lstrcmpW(name, L"#32770") == 0 && item && lstrcmpiW(control, finder->controlClass) == 0) {
+        finder->found = child;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+HWND PageWithControl(HWND dialog, int id, const wchar_t* controlClass) {
+    ClassFinder finder{id, controlClass, nullptr};
+    EnumChildWindows(dialog, FindPageByControlClass, reinterpret_cast<LPARAM>(&finder));
+    return finder.found;
+}
+
+struct LabelScan {
+    std::vector<std::pair<RECT, std::string>> groups;
+    std::vector<std::string> lines;
+    int undetermined;
+    int hiddenShown;
+};
+
+BOOL CALLBACK ScanLabel(HWND child, LPARAM lParam) {
+    auto* scan = reinterpret_cast<LabelScan*>(lParam);
+    LONG style = GetWindowLongW(child, GWL_STYLE);
+    if ((style & BS_TYPEMASK) != BS_OWNERDRAW) return TRUE;
+    if (!(style & WS_VISIBLE)) return TRUE;
+    int id = GetDlgCtrlID(child);
+    if (id == 1049 || id == 1051 || id == 1074 || id == 1075) {
+        scan->hiddenShown++;
+        return TRUE;
+    }
+    RECT r;
+    GetWindowRect(child, &r);
+    std::string group = "?";
+    for (const auto& g : scan->groups)
+        if (r.top >= g.first.top && r.bottom <= g.first.bottom) group = g.second;
+    LONG_PTR state = GetWindowLongPtrW(child, GWLP_USERDATA);
+    if (state != 0 && state != 1) scan->undetermined++;
+    scan->lines.push_back(group + "\t" + Text(child) + "\t" + (state == 1 ? "on" : "off"));
+    return TRUE;
+}
+
+BOOL CALLBACK ScanGroup(HWND child, LPARAM lParam) {
+    auto* scan = reinterpret_cast<LabelScan*>(lParam);
+    if ((GetWindowLongW(child, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX) {
+        RECT r;
+        GetWindowRect(child, &r);
+        scan->groups.emplace_back(r, Text(child));
+    }
+    return TRUE;
+}
+
+// The Feature page's labels as "group<TAB>caption<TAB>on|off" lines.
+LabelScan FeatureStates(HWND page) {
+    LabelScan scan{{}, {}, 0, 0};
+    EnumChildWindows(page, ScanGroup, reinterpret_cast<LPARAM>(&scan));
+    EnumChildWindows(page, ScanLabel, reinterpret_cast<LPARAM>(&scan));
+    return scan;
+}
+
+std::string MediaText(HWND page) {
+    HWND edit = GetDlgItem(page, 1001);
+    DWORD_PTR length = 0;
+    SendMessageTimeoutA(edit, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length);
+    std::string text(length + 1, '\0');
+    SendMessageTimeoutA(edit, WM_GETTEXT, length + 1, reinterpret_cast<LPARAM>(&text[0]), SMTO_ABORTIFHUNG, 5000,
+                        nullptr);
+    text.resize(length);
+    return text;
+}
+
 HWND DrivePage(HWND dialog) {
     PageFinder finder{1022, nullptr};
     EnumChildWindows(dialog, FindPage, reinterpret_cast<LPARAM>(&finder));
@@ -309,11 +391,37 @@ int main(int argc, char** argv) {
     Check(drivePage && IsWindowVisible(drivePage), "the Drive page is shown first");
     Screenshot(dialog, "main");
 
+    // Create the Feature and Media pages, so that drive changes refresh them too.
+    for (int tab : {1, 2, 0}) {
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, tab));
+        Settle(dialog);
+    }
+    HWND featurePage = PageWithControl(dialog, 1075, L"Button");
+    HWND mediaPage = PageWithControl(dialog, 1001, L"Edit");
+    Check(featurePage && mediaPage, "the Feature and Media pages exist after their tabs were shown");
+
     for (size_t i = 0; i < items.size(); ++i) {
+        std::string n = std::to_string(i);
         SelectDrive(dialog, selector, static_cast<int>(i));
-        std::string fields = DriveFields(drivePage);
-        WriteText(outDir + "\\drive-" + std::to_string(i) + ".txt", fields);
-        Screenshot(dialog, "drive-" + std::to_string(i));
+        Settle(dialog, 600);
+        WriteText(outDir + "\\drive-" + n + ".txt", DriveFields(drivePage));
+        Screenshot(dialog, "drive-" + n);
+        if (!featurePage || !mediaPage) continue;
+        LabelScan scan = FeatureStates(featurePage);
+        std::string lines;
+        for (const auto& l : scan.lines) lines += l + "\n";
+        WriteText(outDir + "\\features-" + n + ".txt", lines);
+        Check(scan.lines.size() == 64 && scan.undetermined == 0 && scan.hiddenShown == 0,
+              "drive " + n + ": 64 visible labels, each grey or green, the four placeholders hidden");
+        WriteText(outDir + "\\media-" + n + ".txt", MediaText(mediaPage));
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 1));
+        Settle(dialog);
+        Screenshot(dialog, "feature-" + n);
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 2));
+        Settle(dialog);
+        Screenshot(dialog, "media-" + n);
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
+        Settle(dialog);
     }
 
     // Every tab, clicked as a user clicks it.
