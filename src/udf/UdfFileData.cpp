@@ -37,7 +37,8 @@ bool ReadFileData(CUdfReader& reader, const FileNode* node, uint64_t offset, voi
     got = 0;
     if (!node || node->isDirectory) return false;
     // Clamped to the size, not to what lies after the offset.
-    uint64_t n = std::min<uint64_t>(length, node->size);
+    uint64_t size = node->size;
+    uint64_t n = std::min<uint64_t>(length, size);
     uint32_t head = static_cast<uint32_t>(offset & (kSector - 1));
     uint64_t sectors = (head + n + kSector - 1) >> 11;
     std::vector<SectorRun> runs = MapFileSectors(node, static_cast<uint32_t>(offset >> 11), static_cast<uint32_t>(sectors));

@@ -45,11 +45,11 @@ TEST(UdfVolumeEdges, MetadataPartitionVolumeIsReadThroughTheMetadataFile) {
     PokeLE32(b, fe + 220, newBlock);
     MountedDisc disc(WriteImage(b, "metadata-moved"));
     ASSERT_TRUE(disc.mounted);
-    ASSERT_EQ(disc.reader.partitionMapCount, 2u);
-    EXPECT_EQ(disc.reader.partitionMaps[1].type, 2);
-    ASSERT_EQ(disc.reader.partitionMaps[1].metadataExtentCount, 1);
-    EXPECT_EQ(disc.reader.partitionMaps[1].metadataExtents[0].block, newBlock);
-    EXPECT_EQ(disc.reader.defaultPartition, 1);
+    ASSERT_EQ(Val(disc.reader.partitionMapCount), 2u);
+    EXPECT_EQ(Val(disc.reader.partitionMaps[1].type), 2);
+    ASSERT_EQ(Val(disc.reader.partitionMaps[1].metadataExtentCount), 1);
+    EXPECT_EQ(Val(disc.reader.partitionMaps[1].metadataExtents[0].block), newBlock);
+    EXPECT_EQ(Val(disc.reader.defaultPartition), 1);
     EXPECT_STREQ(disc.reader.VolumeName(), "VEXLON_TEST");
     FileNode* a = FindPath(disc.reader, "sub/a.txt");
     ASSERT_NE(a, nullptr);
@@ -64,7 +64,7 @@ TEST(UdfVolumeEdges, MetadataExtentLengthKeepsTheTypeBits) {
     PokeLE32(image.bytes, fe + 216, length | 0x40000000u);  // recorded-but-unallocated type
     MountedDisc disc(WriteImage(image, "metadata-typebits"));
     ASSERT_TRUE(disc.mounted);
-    EXPECT_EQ(disc.reader.partitionMaps[1].metadataExtents[0].length, ((length | 0x40000000u) + 2047u) >> 11);
+    EXPECT_EQ(Val(disc.reader.partitionMaps[1].metadataExtents[0].length), ((length | 0x40000000u) + 2047u) >> 11);
     EXPECT_NE(FindPath(disc.reader, "a.txt"), nullptr);
 }
 
@@ -73,8 +73,8 @@ TEST(UdfVolumeEdges, VolumeDescriptorPointerBeforeTheLogicalVolumeEndsTheScan) {
     PokeLE16(image.bytes, 33 * 2048, 3);  // the IUVD becomes a Volume Descriptor Pointer
     MountedDisc disc(WriteImage(image, "vdp-first"));
     EXPECT_FALSE(disc.mounted);
-    EXPECT_EQ(disc.reader.partitionMapCount, 0u);
-    EXPECT_EQ(disc.reader.partitionMaps, nullptr);
+    EXPECT_EQ(Val(disc.reader.partitionMapCount), 0u);
+    EXPECT_EQ(Val(disc.reader.partitionMaps), nullptr);
 }
 
 TEST(UdfVolumeEdges, ZeroSectorAfterBeaStopsRecognition) {
@@ -85,7 +85,7 @@ TEST(UdfVolumeEdges, ZeroSectorAfterBeaStopsRecognition) {
     std::fill(b.begin() + 17 * 2048, b.begin() + 18 * 2048, 0);
     MountedDisc stopped(WriteImage(b, "vrs-gap"));
     EXPECT_FALSE(stopped.mounted);
-    EXPECT_EQ(stopped.reader.flags, 0u);
+    EXPECT_EQ(Val(stopped.reader.flags), 0u);
     MountedDisc plain(WriteImage(image, "vrs-plain"));
     EXPECT_TRUE(plain.mounted);
 }
@@ -96,10 +96,10 @@ TEST(UdfVolumeEdges, EmbeddedRootDirectoryIsReadFromItsEntry) {
     Image image = Build(root, Rev(0x0201));
     MountedDisc disc(WriteImage(image, "embedded-root"));
     ASSERT_TRUE(disc.mounted);
-    EXPECT_EQ(disc.reader.rootLocation.kind, 3);
-    EXPECT_EQ(disc.reader.rootLocation.location, image.entrySector[""]);
-    EXPECT_EQ(disc.reader.rootLocation.partition, 176);
-    ASSERT_NE(disc.reader.root->firstChild, nullptr);
+    EXPECT_EQ(Val(disc.reader.rootLocation.kind), 3);
+    EXPECT_EQ(Val(disc.reader.rootLocation.location), image.entrySector[""]);
+    EXPECT_EQ(Val(disc.reader.rootLocation.partition), 176);
+    ASSERT_NE(Val(disc.reader.root->firstChild), nullptr);
     EXPECT_STREQ(NodeName(disc.reader.root->firstChild), "x.txt");
     EXPECT_STREQ(NodeName(disc.reader.root->firstChild->nextSibling), "d");
 }
@@ -124,7 +124,7 @@ TEST(UdfTreeEdges, DeletedEntryIsDroppedAndHiddenEntryKept) {
     ASSERT_TRUE(disc.mounted);
     EXPECT_EQ(FindPath(disc.reader, "deleted.txt"), nullptr);
     ASSERT_NE(FindPath(disc.reader, "hidden.txt"), nullptr);
-    EXPECT_EQ(disc.reader.root->firstChild->nextSibling, nullptr);
+    EXPECT_EQ(Val(disc.reader.root->firstChild->nextSibling), nullptr);
 }
 
 TEST(UdfTreeEdges, EmbeddedFileHasSizeAndTimeButNoExtentsAndDoesNotExtract) {
@@ -135,8 +135,8 @@ TEST(UdfTreeEdges, EmbeddedFileHasSizeAndTimeButNoExtentsAndDoesNotExtract) {
     ASSERT_TRUE(disc.mounted);
     FileNode* node = FindPath(disc.reader, "small.txt");
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->size, 12u);
-    EXPECT_EQ(node->extentCount, 0u);
+    EXPECT_EQ(Val(node->size), 12u);
+    EXPECT_EQ(Val(node->extentCount), 0u);
     EXPECT_EQ(ByteReader(node->modified, 12).LE16(2), 2021);
     std::string out = TempDir("extract") + "/small.txt";
     std::remove(out.c_str());
@@ -156,8 +156,8 @@ TEST(UdfTreeEdges, UnrecordedMiddleExtentIsLostAndTheRestMovesUp) {
     ASSERT_TRUE(disc.mounted);
     FileNode* node = FindPath(disc.reader, "sparse.bin");
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->size, 8192u);
-    ASSERT_EQ(node->extentCount, 2u);
+    EXPECT_EQ(Val(node->size), 8192u);
+    ASSERT_EQ(Val(node->extentCount), 2u);
     uint32_t got = 0;
     EXPECT_TRUE(ReadAll(disc.reader, node, 0, 4096, got) == a + c);
     std::string out = TempDir("extract") + "/sparse.bin";
@@ -171,9 +171,9 @@ TEST(UdfTreeEdges, ZeroIcbLengthGivesSizeZeroAndNoTime) {
     ASSERT_TRUE(disc.mounted);
     FileNode* node = FindPath(disc.reader, "zero.bin");
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->icbLength, 0u);
-    EXPECT_EQ(node->size, 0u);
-    EXPECT_EQ(node->extentCount, 0u);
+    EXPECT_EQ(Val(node->icbLength), 0u);
+    EXPECT_EQ(Val(node->size), 0u);
+    EXPECT_EQ(Val(node->extentCount), 0u);
     EXPECT_FALSE(ByteReader(node->modified, 12).AnyNonZero(0, 12));
 }
 
@@ -182,10 +182,10 @@ TEST(UdfTreeEdges, VolumeWithoutFileExtentsKeepsLowestDataSectorAtAllOnes) {
     small.ad = kEmbedded;
     MountedDisc disc(WriteImage(Build(Dir("", {Dir("a", {Dir("b")}), small}), Rev(0x0201)), "no-extents"));
     ASSERT_TRUE(disc.mounted);
-    EXPECT_EQ(disc.reader.lowestDataSector, 0xFFFFFFFFu);
+    EXPECT_EQ(Val(disc.reader.lowestDataSector), 0xFFFFFFFFu);
     MountedDisc withData(WriteImage(Build(Dir("", {File("f", "data")}), Rev(0x0201)), "one-extent"));
     Image image = Build(Dir("", {File("f", "data")}), Rev(0x0201));
-    EXPECT_EQ(withData.reader.lowestDataSector, image.dataSector["f"]);
+    EXPECT_EQ(Val(withData.reader.lowestDataSector), image.dataSector["f"]);
 }
 
 TEST(UdfTreeEdges, ShortAdFileChainIsReadAsLongAd) {
@@ -202,7 +202,7 @@ TEST(UdfTreeEdges, ShortAdFileChainIsReadAsLongAd) {
         ASSERT_TRUE(disc.mounted);
         FileNode* node = FindPath(disc.reader, "chained.bin");
         ASSERT_NE(node, nullptr);
-        EXPECT_EQ(node->extentCount, 9u);
+        EXPECT_EQ(Val(node->extentCount), 9u);
         uint32_t got = 0;
         EXPECT_TRUE(ReadAll(disc.reader, node, 0, 9 * 2048, got) == all);
     }

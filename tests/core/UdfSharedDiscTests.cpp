@@ -27,9 +27,9 @@ void ExpectTreeMatchesListing(const std::string& image, const std::string& listi
             ADD_FAILURE() << "not in the listing: " << path;
             return;
         }
-        EXPECT_EQ(node->isDirectory != 0, it->second.folder) << path;
+        EXPECT_EQ(Val(node->isDirectory) != 0, it->second.folder) << path;
         if (!node->isDirectory) {
-            EXPECT_EQ(node->size, it->second.size) << path;
+            EXPECT_EQ(Val(node->size), it->second.size) << path;
         }
         uint64_t ft = 0;
         TimestampToFileTime(node->modified, ft);
@@ -56,8 +56,8 @@ void ExpectDataMatchesSevenZip(const std::string& image) {
         std::string expected = ReadWholeFile(dir + "/" + utf8Path[NodePath(node)]);
         std::string data(static_cast<size_t>(node->size), '\0');
         uint32_t got = 0;
-        ASSERT_TRUE(ReadFileData(disc.reader, node, 0, &data[0], static_cast<uint32_t>(node->size), got));
-        EXPECT_EQ(got, node->size) << NodePath(node);
+        ASSERT_TRUE(ReadFileData(disc.reader, node, 0, &data[0], static_cast<uint32_t>(Val(node->size)), got));
+        EXPECT_EQ(got, Val(node->size)) << NodePath(node);
         EXPECT_TRUE(data == expected) << NodePath(node);
         ++files;
     });
@@ -82,17 +82,17 @@ TEST(UdfSharedDiscs, PycdlibFileDataEqualsSevenZipExtraction) { ExpectDataMatche
 TEST(UdfSharedDiscs, GenisoimageIsAnNsr02BridgeVolume) {
     MountedDisc disc(SharedPath("discs/udf102-genisoimage.iso"));
     ASSERT_TRUE(disc.mounted);
-    EXPECT_EQ(disc.reader.flags, kUdfFlagIso9660 | kUdfFlagNsr02);
+    EXPECT_EQ(Val(disc.reader.flags), kUdfFlagIso9660 | kUdfFlagNsr02);
     EXPECT_STREQ(disc.reader.VolumeName(), "GENISO_UDF102");
-    EXPECT_EQ(disc.reader.partitionMapCount, 1u);
-    EXPECT_EQ(disc.reader.partitionMaps[0].type, 1);
-    EXPECT_LT(disc.reader.lowestDataSector, 0xFFFFFFFFu);
+    EXPECT_EQ(Val(disc.reader.partitionMapCount), 1u);
+    EXPECT_EQ(Val(disc.reader.partitionMaps[0].type), 1);
+    EXPECT_LT(Val(disc.reader.lowestDataSector), 0xFFFFFFFFu);
 }
 
 TEST(UdfSharedDiscs, Iso9660OnlySetsItsFlagAndDoesNotMount) {
     MountedDisc disc(SharedPath("discs/iso9660-only.iso"));
     EXPECT_FALSE(disc.mounted);
-    EXPECT_EQ(disc.reader.flags, kUdfFlagIso9660);
+    EXPECT_EQ(Val(disc.reader.flags), kUdfFlagIso9660);
 }
 
 TEST(UdfSharedDiscs, MkudffsEmbeddedRootIsReadFromItsEntry) {
@@ -101,37 +101,37 @@ TEST(UdfSharedDiscs, MkudffsEmbeddedRootIsReadFromItsEntry) {
     MountedDisc disc(SharedPath("discs/udf102-mkudffs-inicb.img"));
     ASSERT_TRUE(disc.mounted);
     EXPECT_STREQ(disc.reader.VolumeName(), "MK_UDF102");
-    EXPECT_EQ(disc.reader.rootLocation.kind, 3);
-    EXPECT_EQ(disc.reader.rootLocation.partition, 176);
-    EXPECT_EQ(disc.reader.rootLocation.location, 259u);
-    EXPECT_EQ(disc.reader.rootLocation.length, 40u);
-    EXPECT_EQ(disc.reader.root->firstChild, nullptr);
-    EXPECT_EQ(disc.reader.lowestDataSector, 0xFFFFFFFFu);
+    EXPECT_EQ(Val(disc.reader.rootLocation.kind), 3);
+    EXPECT_EQ(Val(disc.reader.rootLocation.partition), 176);
+    EXPECT_EQ(Val(disc.reader.rootLocation.location), 259u);
+    EXPECT_EQ(Val(disc.reader.rootLocation.length), 40u);
+    EXPECT_EQ(Val(disc.reader.root->firstChild), nullptr);
+    EXPECT_EQ(Val(disc.reader.lowestDataSector), 0xFFFFFFFFu);
 }
 
 TEST(UdfSharedDiscs, MkudffsShortAdRootUsesTheDefaultPartition) {
     MountedDisc disc(SharedPath("discs/udf150-mkudffs-short.img"));
     ASSERT_TRUE(disc.mounted);
     EXPECT_STREQ(disc.reader.VolumeName(), "MK_UDF150");
-    EXPECT_EQ(disc.reader.flags & kUdfFlagNsr02, kUdfFlagNsr02);
-    EXPECT_EQ(disc.reader.rootLocation.kind, 1);
-    EXPECT_EQ(disc.reader.rootLocation.location, 3u);
-    EXPECT_EQ(disc.reader.rootLocation.length, 40u);
-    EXPECT_EQ(disc.reader.root->firstChild, nullptr);
+    EXPECT_EQ(Val(disc.reader.flags) & kUdfFlagNsr02, kUdfFlagNsr02);
+    EXPECT_EQ(Val(disc.reader.rootLocation.kind), 1);
+    EXPECT_EQ(Val(disc.reader.rootLocation.location), 3u);
+    EXPECT_EQ(Val(disc.reader.rootLocation.length), 40u);
+    EXPECT_EQ(Val(disc.reader.root->firstChild), nullptr);
 }
 
 TEST(UdfSharedDiscs, MkudffsExtendedEntryLongAdRoot) {
     MountedDisc disc(SharedPath("discs/udf201-mkudffs-long.img"));
     ASSERT_TRUE(disc.mounted);
     EXPECT_STREQ(disc.reader.VolumeName(), "MK_UDF201");
-    EXPECT_EQ(disc.reader.flags & kUdfFlagNsr03, kUdfFlagNsr03);
-    EXPECT_EQ(disc.reader.rootLocation.kind, 1);
-    EXPECT_EQ(disc.reader.rootLocation.partition, 0);
+    EXPECT_EQ(Val(disc.reader.flags) & kUdfFlagNsr03, kUdfFlagNsr03);
+    EXPECT_EQ(Val(disc.reader.rootLocation.kind), 1);
+    EXPECT_EQ(Val(disc.reader.rootLocation.partition), 0);
     // FSD at sector 258 names the root ICB at block 4 (sector 261, an
     // Extended File Entry) whose long_ad gives 40 bytes at block 5.
-    EXPECT_EQ(disc.reader.rootLocation.location, 5u);
-    EXPECT_EQ(disc.reader.rootLocation.length, 40u);
-    EXPECT_EQ(disc.reader.root->sector, 257u + 5u);
+    EXPECT_EQ(Val(disc.reader.rootLocation.location), 5u);
+    EXPECT_EQ(Val(disc.reader.rootLocation.length), 40u);
+    EXPECT_EQ(Val(disc.reader.root->sector), 257u + 5u);
 }
 
 TEST(UdfSharedDiscs, SharedDriveFilesMountTheirDiscs) {
@@ -143,7 +143,7 @@ TEST(UdfSharedDiscs, SharedDriveFilesMountTheirDiscs) {
         ASSERT_TRUE(disc.mounted) << name;
         FileNode* big = FindPath(disc.reader, "big/large.bin");
         ASSERT_NE(big, nullptr);
-        EXPECT_EQ(big->size, 3145745u);
+        EXPECT_EQ(Val(big->size), 3145745u);
         // The 4 MiB cache is filled in 64 KiB commands, 64 of them.
         int cacheCommands = 0;
         for (const TranscriptEntry& t : disc.target.Transcript())

@@ -21,6 +21,12 @@
 #include "udf/UdfReader.h"
 #include "udf/UdfTree.h"
 
+// Packed records' fields are copied out before a reference can bind to them.
+template <typename T>
+T Val(T value) {
+    return value;
+}
+
 inline uint64_t FileSizeOf(const std::string& path) {
     struct stat st {};
     return stat(path.c_str(), &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
