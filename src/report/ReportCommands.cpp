@@ -9,6 +9,8 @@
 #include "report/UdfReport.h"
 #include "pages/FeatureLabels.h"
 #include "pages/MediaReport.h"
+#include "pages/DiscDump.h"
+#include "pages/SectorView.h"
 
 namespace {
 
@@ -106,6 +108,28 @@ bool RunReportCommand(const std::string& command, const std::vector<std::string>
         }
         return ExtractReport(*drive.device, arguments[0], arguments[1], error);
     }
+    if (command == "sector") {
+        uint32_t lba = 0;
+        if (arguments.size() != 1 || !ParseSectorNumber(arguments[0], lba)) {
+            error = "sector takes one sector number from 0 to 4294967295";
+            return false;
+        }
+        out += ReadSectorText(*drive.device, lba);
+        return true;
+    }
+    if (command == "dump") {
+        if (arguments.size() != 1) {
+            error = "dump takes OUT";
+            return false;
+        }
+        switch (DumpDisc(*drive.device, arguments[0].c_str())) {
+        case DumpOutcome::Written: return true;
+        case DumpOutcome::NoVolume: error = "no UDF volume on the disc: nothing dumped"; return false;
+        case DumpOutcome::NothingToCopy: error = "no sectors lie before the first file data: nothing dumped"; return false;
+        case DumpOutcome::CannotOpen: error = "cannot create " + arguments[0]; return false;
+        }
+        return false;
+    }
     if (!arguments.empty()) {
         error = "command '" + command + "' takes no arguments";
         return false;
@@ -116,6 +140,7 @@ bool RunReportCommand(const std::string& command, const std::vector<std::string>
 const char* ReportUsage() {
     return "usage: vexlon-report --drive FILE.drive COMMAND\n"
            "       vexlon-report --drive FILE.drive extract PATH OUT\n"
+           "       vexlon-report --drive FILE.drive sector N | dump OUT\n"
 #ifdef _WIN32
            "       vexlon-report --device E: COMMAND\n"
 #endif
@@ -140,6 +165,10 @@ const char* ReportUsage() {
            "  files         the File page's export of the disc's UDF tree\n"
            "                (filesystem.txt) byte for byte, with CR LF line ends\n"
            "  extract PATH OUT  copies the disc file PATH to OUT\n"
+           "  sector N      the Sector Viewer's text for sector N exactly as the page\n"
+           "                shows it, with CR LF line ends\n"
+           "  dump OUT      the disc dump (Save Image): sectors 0 up to the first file\n"
+           "                data of the UDF volume, at most to the end of the medium\n"
            "\n"
            "Errors go to standard error and end with a non-zero exit status.\n";
 }

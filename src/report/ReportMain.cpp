@@ -74,7 +74,9 @@ int main(int argc, char** argv) {
     }
     // extract carries its two operands after the command.
     bool extract = argc == 6 && !std::strcmp(argv[3], "extract");
-    if (argc != 4 && !extract) {
+    // sector N and dump OUT carry one.
+    bool oneOperand = argc == 5 && (!std::strcmp(argv[3], "sector") || !std::strcmp(argv[3], "dump"));
+    if (argc != 4 && !extract && !oneOperand) {
         std::fputs(ReportUsage(), stderr);
         return 2;
     }
