@@ -1,6 +1,7 @@
 #include "pages/DiscDump.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "common/ByteReader.h"
 #include "device/Commands.h"
@@ -25,9 +26,11 @@ DumpOutcome WriteSectors(CDevice& device, uint32_t count, const char* path) {
     FILE* file = std::fopen(path, "wb");
     if (!file) return DumpOutcome::CannotOpen;
     uint8_t buffer[kSectorSize] = {};
+    uint8_t incoming[kSectorSize];
     for (uint32_t s = 0; s < count; ++s) {
-        // Not checked: a sector that cannot be read repeats the one before.
-        ReadSectors(device, s, 1, buffer);
+        // A sector that cannot be read repeats the one before (zeros before
+        // the first), whatever a failing drive left in the transfer buffer.
+        if (ReadSectors(device, s, 1, incoming) == 1) std::memcpy(buffer, incoming, sizeof buffer);
         std::fwrite(buffer, 1, sizeof buffer, file);
     }
     std::fclose(file);

@@ -1,6 +1,7 @@
 #include "pages/SectorView.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "common/ByteReader.h"
 #include "device/Commands.h"
@@ -52,7 +53,8 @@ std::string FormatSectorText(const uint8_t* sector, size_t size, uint32_t lba) {
 
 std::string ReadSectorText(CDevice& device, uint32_t lba) {
     uint8_t sector[kSectorSize] = {};
-    ReadSectors(device, lba, 1, sector);  // a failed read leaves the zeros to be shown
+    // A failed read shows zeros, whatever the drive left in the buffer.
+    if (ReadSectors(device, lba, 1, sector) != 1) std::memset(sector, 0, sizeof sector);
     return FormatSectorText(sector, sizeof sector, lba);
 }
 
