@@ -9,7 +9,7 @@ PACKAGES=(
   clang libclang-rt-14-dev
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   wine wine64 xvfb xauth x11-utils xdotool imagemagick
-  p7zip-full udftools libudfread-dev
+  p7zip-full udftools libudfread-dev xsltproc
 )
 missing=()
 for p in "${PACKAGES[@]}"; do
