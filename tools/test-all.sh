@@ -55,7 +55,10 @@ windows() {
 
 gui() {
   # The demo build under Wine on Xvfb, driven from outside; screenshots in build/gui-artifacts.
-  tools/gui-tests.sh build/mingw build/native
+  local rc=0
+  tools/gui-tests.sh build/mingw build/native || rc=1
+  tools/gui-tests-pages.sh build/mingw || rc=1
+  return $rc
 }
 
 fuzz() {

@@ -14,45 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "RemoteMemory.h"
+#include "UiDriver.h"
+
+using namespace ui;
 
 namespace {
-
-int passed = 0, failed = 0;
-std::string outDir;
-
-void Check(bool ok, const std::string& what, const std::string& detail = std::string()) {
-    (ok ? passed : failed)++;
-    std::printf("%s - %s%s%s\n", ok ? "ok" : "not ok", what.c_str(), detail.empty() ? "" : ": ", detail.c_str());
-    std::fflush(stdout);
-}
-
-std::string Narrow(const std::wstring& w) {
-    std::string s;
-    for (wchar_t c : w) s += c < 128 ? static_cast<char>(c) : '?';
-    return s;
-}
-
-std::string Text(HWND window) {
-    wchar_t text[512] = {};
-    SendMessageTimeoutW(window, WM_GETTEXT, 512, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 5000, nullptr);
-    return Narrow(text);
-}
-
-void Settle(HWND dialog, int ms = 400) {
-    Sleep(ms);
-    DWORD_PTR r;
-    SendMessageTimeoutW(dialog, WM_NULL, 0, 0, SMTO_ABORTIFHUNG, 10000, &r);
-}
-
-HWND WaitForMainWindow() {
-    for (int i = 0; i < 600; ++i) {
-        HWND w = FindWindowW(L"#32770", L"Vexlon Inspector");
-        if (w && IsWindowVisible(w)) return w;
-        Sleep(100);
-    }
-    return nullptr;
-}
 
 std::vector<std::string> SelectorItems(HWND selector) {
     std::vector<std::string> items;
@@ -89,63 +55,6 @@ std::vector<std::string> TabTexts(HWND tabs) {
         texts.push_back(Narrow(text));
     }
     return texts;
-}
-
-RECT RemoteRect(HWND control, UINT message, WPARAM index) {
-    RECT r{};
-    RemoteMemory remote(control, sizeof r);
-    if (!remote.Ok()) return r;
-    SendMessageW(control, message, index, reinterpret_cast<LPARAM>(remote.At(0)));
-    remote.Read(0, &r, sizeof r);
-    return r;
-}
-
-void Click(HWND window, const RECT& clientRect) {
-    POINT p = {(clientRect.left + clientRect.right) / 2, (clientRect.top + clientRect.bottom) / 2};
-    ClientToScreen(window, &p);
-    SetForegroundWindow(GetAncestor(window, GA_ROOT));
-    SetCursorPos(p.x, p.y);
-    INPUT input[2] = {};
-    input[0].type = input[1].type = INPUT_MOUSE;
-    input[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-    input[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    SendInput(2, input, sizeof(INPUT));
-}
-
-void Screenshot(HWND window, const std::string& name) {
-    RECT r;
-    GetWindowRect(window, &r);
-    int w = r.right - r.left, h = r.bottom - r.top;
-    HDC screen = GetDC(nullptr);
-    HDC memory = CreateCompatibleDC(screen);
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
-    info.bmiHeader.biWidth = w;
-    info.bmiHeader.biHeight = h;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 24;
-    void* bits = nullptr;
-    HBITMAP bitmap = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-    HGDIOBJ old = SelectObject(memory, bitmap);
-    BitBlt(memory, 0, 0, w, h, screen, r.left, r.top, SRCCOPY);
-    GdiFlush();
-    DWORD rowBytes = ((w * 3) + 3) & ~3u;
-    BITMAPFILEHEADER file{};
-    file.bfType = 0x4D42;
-    file.bfOffBits = sizeof file + sizeof info.bmiHeader;
-    file.bfSize = file.bfOffBits + rowBytes * h;
-    std::string path = outDir + "\\" + name + ".bmp";
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (f) {
-        std::fwrite(&file, sizeof file, 1, f);
-        std::fwrite(&info.bmiHeader, sizeof info.bmiHeader, 1, f);
-        std::fwrite(bits, rowBytes, h, f);
-        std::fclose(f);
-    }
-    SelectObject(memory, old);
-    DeleteObject(bitmap);
-    DeleteDC(memory);
-    ReleaseDC(nullptr, screen);
 }
 
 struct PageFinder {
@@ -264,24 +173,6 @@ std::string DriveFields(HWND page) {
     return out;
 }
 
-std::vector<std::string> ReadLines(const std::string& path) {
-    std::vector<std::string> lines;
-    std::ifstream in(path);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-void WriteText(const std::string& path, const std::string& text) {
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) return;
-    std::fwrite(text.data(), 1, text.size(), f);
-    std::fclose(f);
-}
-
 size_t CountContaining(const std::vector<std::string>& lines, const std::string& needle, size_t from = 0) {
     size_t n = 0;
     for (size_t i = from; i < lines.size(); ++i) n += lines[i].find(needle) != std::string::npos;
@@ -378,8 +269,7 @@ int main(int argc, char** argv) {
     if (!items.empty()) {
         // Only the Drive page exists yet: a refresh must not reach pages never shown.
         size_t before = ReadLines(transcript).size();
-        HWND bar = FindWindowExW(dialog, nullptr, TOOLBARCLASSNAMEW, nullptr);
-        Click(bar, RemoteRect(bar, TB_GETITEMRECT, 0));
+        Click(toolbar, RemoteRect(toolbar, TB_GETITEMRECT, 0));
         Settle(dialog, 800);
         std::vector<std::string> lines = ReadLines(transcript);
         Check(CountContaining(lines, ": 12 00 00 00 60 00", before) == 1 &&
