@@ -41,7 +41,7 @@ struct ExclusiveLockRequest {
 };
 static_assert(sizeof(ExclusiveLockRequest) == 72, "CDROM_EXCLUSIVE_LOCK is 72 bytes");
 
-class CSptiDevice : public CDevice {
+class CSptiDevice final : public CDevice {
 public:
     CSptiDevice() = default;
     ~CSptiDevice() = default;  // an attached handle belongs to its opener

@@ -5,7 +5,7 @@
 #include "device/Device.h"
 #include "emulation/MmcTarget.h"
 
-class CEmulatedDevice : public CDevice {
+class CEmulatedDevice final : public CDevice {
 public:
     explicit CEmulatedDevice(CMmcTarget& target);
     ~CEmulatedDevice() = default;
