@@ -9,6 +9,7 @@
 #include "device/Commands.h"
 #include "device/Enumeration.h"
 #include "device/SptiDevice.h"
+#include "pages/SectorPage.h"
 
 namespace {
 
@@ -174,7 +175,7 @@ BOOL OnCommand(HWND dialog, WPARAM wParam) {
     switch (id) {
     case kRefreshCommand: ChangeDrive(dialog); break;
     case kEjectCommand: Eject(); break;
-    case kSaveImageCommand: break;  // the disc dump arrives with the sector viewer
+    case kSaveImageCommand: SaveDiscImage(dialog); break;
     case IDCANCEL: EndDialog(dialog, 0); break;
     default: break;
     }
