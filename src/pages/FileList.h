@@ -1,0 +1,29 @@
+#pragma once
+// What the File page's list shows for one node, and how it orders its rows,
+// without any window: the Win32 page turns these into list-view texts.
+
+#include <cstdint>
+#include <string>
+
+#include "udf/UdfTypes.h"
+
+struct FileListRow {
+    std::string name;
+    bool isDirectory = false;
+    std::string lba;       // "%d" of the first sector
+    uint64_t size = 0;     // file size, or a directory's data length
+    uint64_t modified = 0; // file time (UTC); 0 when the timestamp does not convert
+};
+
+// The node's fields are copied out: nodes are packed records in the arena.
+FileListRow MakeFileListRow(const FileNode* node);
+
+// Order of two list rows: a file before a directory gives 1, a directory
+// before a file 0 (never -1; the sort still puts directories first because
+// only a positive result moves an item); otherwise the order of the names.
+int CompareFileListRows(bool firstIsDirectory, bool secondIsDirectory, int nameOrder);
+
+// NUMBERFMT Grouping from a locale's grouping string: its digits read as one
+// decimal number, stopping at the digit 0 ("3;0" -> 3, "3;2;0" -> 32); a
+// string without that closing 0 gives the number times ten ("3" -> 30).
+unsigned GroupingFromLocaleText(const wchar_t* grouping);
