@@ -13,7 +13,6 @@ void DeleteSptiDevice(CDevice* device) { delete static_cast<CSptiDevice*>(device
 bool CUdfReader::Mount(char letter) {
     CSptiDevice* spti = new CSptiDevice();
     if (letter < 'A' || letter > 'Z' || !spti->OpenDriveLetter(static_cast<uint32_t>(letter - 'A'))) {
-        spti->Close();
         delete spti;
         return false;
     }

@@ -44,9 +44,11 @@ void CUdfReader::Release() {
     std::free(cache);
     cache = nullptr;
     cacheSize = 0;
-    if (device) {
+    // Only a device the reader opened itself is closed; a lent one stays
+    // open for its owner.
+    if (device && releaseDevice) {
         device->Close();
-        if (releaseDevice) releaseDevice(device);
+        releaseDevice(device);
     }
     device = nullptr;
     releaseDevice = nullptr;
