@@ -42,10 +42,16 @@ TEST(SnapshotStylesheet, IsUtf8WithByteOrderMarkCrLfAndTheDraftNamespace) {
     EXPECT_EQ(xsl.find("version=\"1.0\">"), std::string::npos);
 }
 
-#ifndef _WIN32
+// xsltproc and xmllint are Linux tools run through the shell: a Windows
+// build (under Wine) has neither, so the rendering tests skip there.
 bool HaveTool(const char* name) {
+#ifdef _WIN32
+    (void)name;
+    return false;
+#else
     std::string command = std::string("command -v ") + name + " >/dev/null 2>&1";
     return std::system(command.c_str()) == 0;
+#endif
 }
 
 class RenderedSnapshot : public ::testing::Test {
@@ -77,6 +83,9 @@ protected:
             if (c != '\n') html += c;
     }
     void SetUp() override {
+#ifdef _WIN32
+        GTEST_SKIP() << "xsltproc and xmllint are Linux tools; the Windows build cannot start them";
+#endif
         if (!HaveTool("xsltproc") || !HaveTool("xmllint")) GTEST_SKIP() << "xsltproc or xmllint is not installed";
         ASSERT_TRUE(ran);
         ASSERT_FALSE(html.empty());
@@ -222,6 +231,5 @@ TEST_F(RenderedSnapshot, FooterLineLinksToOurSite) {
     EXPECT_LT(rule, footer);
     EXPECT_NE(At("<a href=\"https://www.vexlon.example/\">www.vexlon.example</a>"), std::string::npos);
 }
-#endif
 
 }  // namespace
