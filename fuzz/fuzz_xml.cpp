@@ -300,8 +300,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     bool plain = true;  // every element and attribute name is a plain XML name
     auto name = [&](Input& source) {
+        // Three picks in four take a plain name, so that most documents get
+        // the full read-back; the rest are names made from UTF-16 units.
         uint8_t pick = source.Byte();
-        std::string n = (pick & 0x80) ? std::string(kNames[pick % 8]) : WideString(source);
+        std::string n = (pick & 0xC0) != 0x40 ? std::string(kNames[pick % 8]) : WideString(source);
         plain = plain && PlainName(n);
         return n;
     };
