@@ -26,7 +26,8 @@ std::wstring FormatGroupedNumber(int64_t value) {
     format.NegativeOrder = 0;
 
     wchar_t out[40];
-    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, digits, &format, out, 40)) return digits;
+    // Some systems format zero without LeadingZero as nothing at all.
+    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, digits, &format, out, 40) || out[0] == L'\0') return digits;
     return out;
 }
 

@@ -16,4 +16,3 @@ INT_PTR EmptyPage(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
 
 }  // namespace
 
-INT_PTR CALLBACK FilePageProcedure(HWND page, UINT m, WPARAM w, LPARAM l) { return EmptyPage(page, m, w, l); }
