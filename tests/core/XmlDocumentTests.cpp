@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -370,6 +371,58 @@ TEST_F(XmlDocumentTest, DestroyResetsTheDocument) {
     XmlDestroyDocument(&doc);
     EXPECT_EQ(doc.arena, nullptr);
     EXPECT_EQ(XmlFirstChild(XmlTopLevel(&doc)), nullptr);
+}
+
+// What xmllint reads from `path` at `xpath` (string value), or a note that
+// it refused the file. xmllint is a Linux tool run through the shell.
+std::string XmllintRead(const std::string& path, const std::string& xpath) {
+#ifdef _WIN32
+    (void)path;
+    (void)xpath;
+    return "(no xmllint)";
+#else
+    std::string command = "xmllint --noout '" + path + "' 2>&1 && xmllint --xpath '" + xpath + "' '" + path + "' 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return "(popen failed)";
+    std::string out;
+    char buffer[4096];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+    int status = pclose(pipe);
+    if (status != 0) return "(xmllint failed) " + out;
+    if (!out.empty() && out.back() == '\n') out.pop_back();  // xmllint ends its answer with a line feed
+    return out;
+#endif
+}
+
+TEST_F(XmlDocumentTest, XmllintAcceptsHostileTextAndReadsItBack) {
+#ifdef _WIN32
+    GTEST_SKIP() << "xmllint is a Linux tool; the Windows build cannot start it";
+#else
+    if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not installed";
+#endif
+    XmlSetWriteByteOrderMark(&doc, true);
+    XmlSetDeclaration(&doc, "1.0", "UTF-8", nullptr);
+    XmlSetStylesheet(&doc, "text/xsl", "snapshot.xsl");
+    XmlNode* root = Root("crashrpt");
+    XmlNode* item = XmlAppendChild(root, XmlCreateElement(&doc, "software"));
+    std::string wide;
+    WideToUtf8(wide, u"<script>alert('x')</script> & \"\u00e4\u5206\u533a\U0001F600\"", 0);
+    XmlSetText(item, wide.c_str());
+    XmlSetAttribute(item, "description", "Tom & Jerry \"Player\" <b>bold</b> it's");
+    XmlSetAttribute(item, "description", "<&>\"'");  // shorter: written over the first value
+    XmlSetAttribute(item, "location", "C:\\Program Files\\T&J\\");
+    XmlAppendChild(item, XmlCreateElement(&doc, "empty"));
+    std::string path = TempName("xml-document-xmllint.xml");
+    std::remove(path.c_str());
+    XmlSave(&doc, path.c_str(), nullptr);
+    EXPECT_EQ(XmllintRead(path, "string(/crashrpt/software/@description)"), "<&>\"'");
+    EXPECT_EQ(XmllintRead(path, "string(/crashrpt/software/@location)"), "C:\\Program Files\\T&J\\");
+    // The element's string value is its text, then the line ends and tabs
+    // around the empty child (CR LF read back as LF).
+    EXPECT_EQ(XmllintRead(path, "string(/crashrpt/software)"),
+              "<script>alert('x')</script> & \"\xC3\xA4\xE5\x88\x86\xE5\x8C\xBA\xF0\x9F\x98\x80\"\n\t\t\n\t");
+    EXPECT_EQ(XmllintRead(path, "count(/crashrpt/software/empty)"), "1");
 }
 
 std::string Utf8(const char16_t* text, int count = 0) {
