@@ -61,6 +61,11 @@ gui() {
   return $rc
 }
 
+stylesheet() {
+  # snapshot.xsl rendered from a snapshot our writer saved, then clicked in headless Chromium.
+  tools/xsl-browser-check.sh build/native
+}
+
 fuzz() {
   [ -x tools/run-fuzzers.sh ] || { echo "no fuzzers"; return 0; }
   tools/run-fuzzers.sh "$FUZZ_SECONDS"
@@ -81,6 +86,7 @@ step native native
 step sanitized sanitized
 step windows windows
 step gui gui
+step stylesheet stylesheet
 step fuzz fuzz
 step benchmarks benchmarks
 
