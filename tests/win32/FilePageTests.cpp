@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "TestPaths.h"
+#include "core/UdfTestSupport.h"
 #include "app/AppState.h"
 #include "device/OsSeam.h"
 #include "device/SptiDevice.h"
@@ -63,24 +64,33 @@ std::string ReadAll(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-// Answers the next save dialog with `path`, or cancels it when empty.
+// Answers the next save dialog with `path`, or cancels it when empty. It
+// waits until the dialog shows its offered name, so that the dialog's own
+// start-up cannot overwrite the answer, and checks the answer took.
 void AnswerSaveDialog(std::string path, std::string* offered) {
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < 600; ++i) {
         Sleep(25);
         HWND dialog = FindWindowA("#32770", nullptr);
-        if (!dialog) continue;
+        if (!dialog || !IsWindowVisible(dialog)) continue;
         HWND name = GetDlgItem(dialog, 0x47C);
         if (!name) name = GetDlgItem(dialog, 0x480);
         if (!name) continue;
         char text[MAX_PATH] = {};
         GetWindowTextA(name, text, MAX_PATH);
+        if (!text[0]) continue;
         if (offered) *offered = text;
         if (path.empty()) {
             PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
-        } else {
-            SetWindowTextA(name, path.c_str());
-            PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+            return;
         }
+        Sleep(200);
+        for (int tries = 0; tries < 20; ++tries) {
+            SetWindowTextA(name, path.c_str());
+            GetWindowTextA(name, text, MAX_PATH);
+            if (path == text) break;
+            Sleep(50);
+        }
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
         return;
     }
 }
@@ -548,6 +558,79 @@ TEST_F(FilePageTest, RefreshReleasesTheOldReaderBeforeMountingAndNoVolumeEmpties
     DeleteFileA(target.c_str());
     // Extract has no target any more: nothing happens.
     SendMessageW(page, WM_COMMAND, 200, 0);
+}
+
+// A volume of our own mastering tool with what the genisoimage disc lacks:
+// several directories on the second level in unsorted disc order, a file
+// whose data is embedded in its entry, a deleted and a hidden entry, and a
+// file above 4 GiB made of holes.
+TEST_F(FilePageTest, MasteredVolumeSortsDeeperLevelsAndShowsEmbeddedAndHugeFiles) {
+    using namespace udfmaster;
+    Node zeta = Dir("zeta", {Dir("beta"), Dir("Alpha", {Dir("inner")}), Dir("gamma"), File("x.txt", "x")});
+    Node small = File("small.txt", "embedded bytes");
+    small.ad = kEmbedded;
+    Node gone = File("gone.txt", "d");
+    gone.deleted = true;
+    Node hidden = File("hidden.txt", "h");
+    hidden.hidden = true;
+    Node huge;
+    huge.name = "huge.bin";
+    huge.pieces = {Piece{"abc", 0}};
+    // 3 + 5 x (2^30 - 2048) = 5,368,698,883 bytes.
+    for (int i = 0; i < 5; ++i) huge.pieces.push_back(Piece{"", 0x3FFFF800u});
+    Options options;
+    options.revision = 0x0201;
+    options.volume = "FILE_PAGE";
+    Image image = Build(Dir("", {zeta, Dir("alpha"), small, gone, hidden, huge}), options);
+    std::string path = WriteImage(image, "file-page-mastered");
+    DriveFile mastered;
+    std::string text = std::string("title: mastered\nletter: H\naddress: 1 0 0 0\npath: \\\\?\\scsi#file-page-mastered\n") +
+                       "image: " + path + "\nsectors: " + std::to_string(image.bytes.size() / 2048) + "\n";
+    std::string error;
+    ASSERT_TRUE(ParseDriveFile(text, "mastered.drive", mastered, error)) << error;
+    seam.SetDrives({mastered});
+    Select('H', "\\\\?\\scsi#file-page-mastered");
+
+    HWND page = Open();
+    ASSERT_NE(page, nullptr);
+    HTREEITEM volume = Next(nullptr, TVGN_ROOT);
+    ASSERT_NE(volume, nullptr);
+    EXPECT_EQ(Item(volume).text, L"FILE_PAGE");
+    EXPECT_EQ(ChildTexts(volume), (std::vector<std::wstring>{L"zeta", L"alpha"}));
+    HTREEITEM z = ChildNamed(volume, L"zeta");
+    SendMessageW(tree, TVM_EXPAND, TVE_EXPAND, reinterpret_cast<LPARAM>(z));
+    EXPECT_EQ(ChildTexts(z), (std::vector<std::wstring>{L"Alpha", L"beta", L"gamma"}));
+    EXPECT_EQ(Item(ChildNamed(z, L"Alpha")).children, 1);
+    EXPECT_EQ(Item(ChildNamed(z, L"beta")).children, 0);
+    EXPECT_EQ(Item(ChildNamed(z, L"beta")).image, 0);
+
+    EXPECT_EQ(Names(), (std::vector<std::wstring>{L"alpha", L"zeta", L"hidden.txt", L"huge.bin", L"small.txt"}));
+    int embedded = RowNamed(L"small.txt");
+    EXPECT_EQ(Cell(embedded, 1), L"0");
+    EXPECT_EQ(Cell(embedded, 3), L"14");
+    int big = RowNamed(L"huge.bin");
+    std::wstring sep = Separator();
+    if (Grouping() == L"3;0") {
+        EXPECT_EQ(Cell(big, 3), L"5" + sep + L"368" + sep + L"698" + sep + L"883");
+    }
+    EXPECT_NE(Cell(big, 2).find(L"GB"), std::wstring::npos) << Cell(big, 2);
+
+    SelectTreeItem(z);
+    EXPECT_EQ(Names(), (std::vector<std::wstring>{L"Alpha", L"beta", L"gamma", L"x.txt"}));
+
+    std::string target = TempPath("vexlon-file-page-mastered.txt");
+    std::thread answer(AnswerSaveDialog, target, nullptr);
+    SendMessageW(page, WM_COMMAND, 112, 0);
+    answer.join();
+    std::string listing = ReadAll(target);
+    const std::string tee = "\xA9\xC0\xA9\xA4", corner = "\xA9\xB8\xA9\xA4", bar = "\xA9\xA6 ";
+    // zeta's children follow the disc's order in the export, not the tree's.
+    EXPECT_NE(listing.find(tee + "zeta\r\n" + bar + "  " + tee + "beta\r\n" + bar + "  " + tee + "Alpha\r\n" + bar +
+                           "  " + bar + "  " + corner + "inner\r\n"),
+              std::string::npos);
+    EXPECT_NE(listing.find(tee + "small.txt 0\r\n"), std::string::npos);
+    EXPECT_EQ(listing.find("gone.txt"), std::string::npos);
+    DeleteFileA(target.c_str());
 }
 
 TEST(FileFormat, GroupedNumberFollowsTheLocale) {
