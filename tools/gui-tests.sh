@@ -72,6 +72,12 @@ for i in "${!files[@]}"; do
     diff <(cat -A "$OUT/media-$i.txt") <("$NATIVE/src/vexlon-report" --drive "${files[$i]}" media | cat -A) | head -10
   fi
 done
+if cmp -s "$OUT/sector-1.txt" <("$NATIVE/src/vexlon-report" --drive "${files[1]}" sector 320); then
+  echo "ok - the Sector Viewer shows sector 320 as vexlon-report sector 320 prints it"; pass=$((pass + 1))
+else
+  echo "not ok - the Sector Viewer's sector 320 differs from vexlon-report sector 320"; fail=$((fail + 1))
+  diff <(cat -A "$OUT/sector-1.txt" | head -5) <("$NATIVE/src/vexlon-report" --drive "${files[1]}" sector 320 | cat -A | head -5)
+fi
 grep -q '^Interface: Scsi' "$OUT/drive-5.txt" && { echo "ok - an unknown interface leaves the previous drive's text"; pass=$((pass + 1)); } \
   || { echo "not ok - an unknown interface leaves the previous drive's text"; fail=$((fail + 1)); }
 

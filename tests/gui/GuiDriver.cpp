@@ -155,6 +155,20 @@ std::string MediaText(HWND page) {
     return text;
 }
 
+// A control's whole text as UTF-8.
+std::string TextUtf8(HWND control) {
+    DWORD_PTR length = 0;
+    SendMessageTimeoutW(control, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length);
+    std::wstring wide(length + 1, L'\0');
+    SendMessageTimeoutW(control, WM_GETTEXT, length + 1, reinterpret_cast<LPARAM>(&wide[0]), SMTO_ABORTIFHUNG, 5000,
+                        nullptr);
+    wide.resize(length);
+    int n = WideCharToMultiByte(CP_UTF8, 0, wide.c_str(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
+    std::string text(static_cast<size_t>(n), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, wide.c_str(), static_cast<int>(wide.size()), &text[0], n, nullptr, nullptr);
+    return text;
+}
+
 HWND DrivePage(HWND dialog) {
     PageFinder finder{1022, nullptr};
     EnumChildWindows(dialog, FindPage, reinterpret_cast<LPARAM>(&finder));
@@ -310,6 +324,23 @@ int main(int argc, char** argv) {
         Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 2));
         Settle(dialog);
         Screenshot(dialog, "media-" + n);
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
+        Settle(dialog);
+    }
+
+    // The disc pages on a drive with a UDF disc: the Sector Viewer opens at
+    // sector 320 and must show what the report tool prints for it.
+    if (items.size() > 1) {
+        SelectDrive(dialog, selector, 1);
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 4));
+        Settle(dialog, 800);
+        HWND sectorPage = PageWithControl(dialog, 113, L"Edit");
+        Check(sectorPage != nullptr, "the Sector Viewer page exists after its tab was shown");
+        if (sectorPage) WriteText(outDir + "\\sector-1.txt", TextUtf8(GetDlgItem(sectorPage, 113)));
+        Screenshot(dialog, "sector-1");
+        Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 3));
+        Settle(dialog, 1500);
+        Screenshot(dialog, "file-1");
         Click(tabs, RemoteRect(tabs, TCM_GETITEMRECT, 0));
         Settle(dialog);
     }
