@@ -3,22 +3,26 @@
 #include <shlwapi.h>
 
 #include "app/AppState.h"
+#include "snapshot/CollectComputerWin32.h"
+#include "snapshot/CollectNetworkWin32.h"
+#include "snapshot/CollectStartupWin32.h"
+#include "snapshot/CollectServicesWin32.h"
 
 // One line per section, in the order the sections appear in the file. A
 // section without a collector yet keeps its bit and stays out of the file.
 const SnapshotCollector kSnapshotCollectors[] = {
-    {kSnapshotSystem, nullptr, 0},
-    {kSnapshotSoftware, nullptr, 0},
-    {kSnapshotHardware, nullptr, 0},
+    {kSnapshotSystem, CollectSystem, 0},
+    {kSnapshotSoftware, CollectSoftware, 0},
+    {kSnapshotHardware, CollectHardware, 0},
     {kSnapshotProcesses, nullptr, 0},
-    {kSnapshotServices, nullptr, 0},  // services and drivers: one collector, argument 1 for drivers
-    {kSnapshotDrivers, nullptr, 1},
-    {kSnapshotStartup, nullptr, 0},
-    {kSnapshotDisks, nullptr, 0},
-    {kSnapshotNetwork, nullptr, 0},
+    {kSnapshotServices, CollectServices, 0},  // services and drivers: one collector, argument 1 for drivers
+    {kSnapshotDrivers, CollectServices, 1},
+    {kSnapshotStartup, CollectStartup, 0},
+    {kSnapshotDisks, CollectDisks, 0},
+    {kSnapshotNetwork, CollectNetwork, 0},
     {kSnapshotPorts, nullptr, 0},
-    {kSnapshotWinsock, nullptr, 0},
-    {kSnapshotPlugins, nullptr, 0},
+    {kSnapshotWinsock, CollectWinsock, 0},
+    {kSnapshotPlugins, CollectPlugins, 0},
 };
 const size_t kSnapshotCollectorCount = sizeof kSnapshotCollectors / sizeof kSnapshotCollectors[0];
 
