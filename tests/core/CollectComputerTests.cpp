@@ -9,29 +9,10 @@
 #include <vector>
 
 #include "snapshot/CollectComputer.h"
+#include "CollectTestSupport.h"
 #include "snapshot/XmlDocument.h"
 
 namespace {
-
-std::string Lf(std::string text) {
-    // The writer ends lines with CR LF; the expectations are written with LF.
-    std::string out;
-    for (char c : text)
-        if (c != '\r') out += c;
-    return out;
-}
-
-class Doc {
-public:
-    Doc() {
-        XmlInitDocument(&document);
-        root = XmlAppendChild(XmlTopLevel(&document), XmlCreateElement(&document, "crashrpt"));
-    }
-    ~Doc() { XmlDestroyDocument(&document); }
-    std::string Xml() { return Lf(XmlSaveToString(&document, nullptr)); }
-    XmlDocument document;
-    XmlNode* root;
-};
 
 std::string Wrap(const std::string& body) { return "<crashrpt>\n" + body + "</crashrpt>\n"; }
 

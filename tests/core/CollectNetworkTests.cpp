@@ -6,28 +6,10 @@
 #include <vector>
 
 #include "snapshot/CollectNetwork.h"
+#include "CollectTestSupport.h"
 #include "snapshot/XmlDocument.h"
 
 namespace {
-
-std::string Lf(std::string text) {
-    // The writer ends lines with CR LF; the expectations are written with LF.
-    std::string out;
-    for (char c : text)
-        if (c != '\r') out += c;
-    return out;
-}
-
-struct Doc {
-    Doc() {
-        XmlInitDocument(&document);
-        root = XmlAppendChild(XmlTopLevel(&document), XmlCreateElement(&document, "crashrpt"));
-    }
-    ~Doc() { XmlDestroyDocument(&document); }
-    std::string Xml() { return Lf(XmlSaveToString(&document, nullptr)); }
-    XmlDocument document;
-    XmlNode* root;
-};
 
 AdapterAnswer Adapter(const char* name, std::vector<uint8_t> mac) {
     AdapterAnswer a;
