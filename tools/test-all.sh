@@ -66,6 +66,12 @@ stylesheet() {
   tools/xsl-browser-check.sh build/native
 }
 
+snapshot() {
+  # A full snapshot of the Wine system: timed per collector, checked with xmllint, rendered and
+  # clicked in headless Chromium; timings and screenshots in build/snapshot-artifacts.
+  tools/snapshot-wine-check.sh build/mingw
+}
+
 fuzz() {
   [ -x tools/run-fuzzers.sh ] || { echo "no fuzzers"; return 0; }
   tools/run-fuzzers.sh "$FUZZ_SECONDS"
@@ -87,6 +93,7 @@ step sanitized sanitized
 step windows windows
 step gui gui
 step stylesheet stylesheet
+step snapshot snapshot
 step fuzz fuzz
 step benchmarks benchmarks
 

@@ -7,14 +7,10 @@
 //   node tools/xsl-browser-check.mjs SNAPSHOT.HTML ARTIFACTS_DIR
 // playwright-core comes from tools/xsl-browser (npm ci there); the browser is
 // the system's Chromium ($CHROMIUM, default /usr/bin/chromium).
-import { createRequire } from 'node:module';
-import { mkdtempSync, mkdirSync, rmSync, statSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { mkdirSync, statSync } from 'node:fs';
 import { join, resolve } from 'node:path';
 import { pathToFileURL } from 'node:url';
-
-const require = createRequire(new URL('./xsl-browser/package.json', import.meta.url));
-const { chromium } = require('playwright-core');
+import { Checks, withBrowser } from './xsl-browser-session.mjs';
 
 const [htmlArg, artifactsArg] = process.argv.slice(2);
 if (!htmlArg || !artifactsArg) {
@@ -33,17 +29,8 @@ const sections = [
   ['port_info', 'Port'], ['winsock_info', 'WinSock'], ['ieplugin_info', 'Internet Explore'],
 ];
 
-let passed = 0;
-let failed = 0;
-function check(name, ok, detail = '') {
-  if (ok) {
-    passed++;
-    console.log(`PASS ${name}`);
-  } else {
-    failed++;
-    console.log(`FAIL ${name}${detail ? `: ${detail}` : ''}`);
-  }
-}
+const checks = new Checks();
+const check = (name, ok, detail = '') => checks.check(name, ok, detail);
 
 // The caption link is the second link of a Title() pair: the first holds the
 // marker span "i" + id, the second the caption text.
@@ -63,20 +50,7 @@ async function click(locator, what) {
   }
 }
 
-const profile = mkdtempSync(join(tmpdir(), 'xsl-browser-profile-'));
-let context;
-try {
-  context = await chromium.launchPersistentContext(profile, {
-    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-    headless: true,
-    viewport: { width: 1280, height: 900 },
-    args: [
-      '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-      '--disable-background-networking', '--disable-component-update', '--disable-sync',
-    ],
-  });
-  const page = context.pages()[0] || (await context.newPage());
-  page.setDefaultTimeout(10000);
+await withBrowser(checks, async (page) => {
   const pageErrors = [];
   const dialogs = [];
   page.on('pageerror', (e) => pageErrors.push(String(e)));
@@ -167,12 +141,5 @@ try {
     try { size = statSync(join(artifacts, shot)).size; } catch { /* missing */ }
     check(`screenshot ${shot} written`, size > 10000, `${size} bytes`);
   }
-} catch (e) {
-  check('browser session', false, String(e && e.stack ? e.stack : e));
-} finally {
-  if (context) await context.close().catch(() => {});
-  rmSync(profile, { recursive: true, force: true });
-}
-
-console.log(`${passed} passed, ${failed} failed`);
-process.exit(failed === 0 && passed > 0 ? 0 : 1);
+});
+checks.finish();

@@ -5,12 +5,6 @@
 
 namespace {
 
-std::string Utf8(const std::u16string& text) {
-    std::string out;
-    if (!text.empty()) WideToUtf8(out, text.c_str(), static_cast<int>(text.size()));
-    return out;
-}
-
 // Up to the first NUL, as the platform's string buffers are read.
 std::u16string UpToNul(const char16_t* text, size_t limit) {
     size_t n = 0;
@@ -19,7 +13,7 @@ std::u16string UpToNul(const char16_t* text, size_t limit) {
 }
 
 void SetIfRead(XmlNode* node, const char* name, const std::optional<std::u16string>& value) {
-    if (value) XmlSetAttribute(node, name, Utf8(*value).c_str());
+    if (value) XmlSetAttribute(node, name, WideToUtf8(*value).c_str());
 }
 
 XmlNode* Append(XmlNode* parent, const char* name) {
@@ -89,7 +83,7 @@ bool BuildHardwareInfo(XmlNode* root, const HardwareAnswers& answers) {
     XmlNode* section = XmlCreateElement(document, "hardware_info");
     XmlNode* cpu = XmlCreateElement(document, "cpu");
     if (!section || !cpu) return false;
-    if (answers.processorKeyOpened) XmlSetText(cpu, Utf8(answers.processorName).c_str());
+    if (answers.processorKeyOpened) XmlSetText(cpu, WideToUtf8(answers.processorName).c_str());
     if (answers.processorCount) XmlSetAttributeInt(cpu, "number", LeadingDecimal(*answers.processorCount));
     XmlAppendChild(section, cpu);
     XmlNode* memory = Append(section, "memory");
@@ -109,13 +103,13 @@ bool BuildDiskInfo(XmlNode* root, const std::vector<DiskAnswer>& drives) {
         if (drive.driveType != kDriveFixed && drive.driveType != kDriveRamDisk) continue;
         XmlNode* partition = XmlCreateElement(XmlOwner(root), "partition");
         if (!partition) continue;
-        XmlSetAttribute(partition, "name", Utf8(drive.label).c_str());
-        XmlSetAttribute(partition, "filesystem", Utf8(drive.fileSystem).c_str());
+        XmlSetAttribute(partition, "name", WideToUtf8(drive.label).c_str());
+        XmlSetAttribute(partition, "filesystem", WideToUtf8(drive.fileSystem).c_str());
         if (drive.spaceKnown) {
             XmlSetAttribute(partition, "size", FormatGigabytes(drive.totalBytes).c_str());
             XmlSetAttribute(partition, "available", FormatGigabytes(drive.freeBytes).c_str());
         }
-        XmlSetText(partition, Utf8(drive.root).c_str());
+        XmlSetText(partition, WideToUtf8(drive.root).c_str());
         XmlAppendChild(section, partition);
     }
     XmlAppendChild(root, section);
@@ -146,10 +140,10 @@ bool BuildSoftwareInfo(XmlNode* root, SoftwareRegistry& registry) {
             const long result = registry.QueryValue(names[i], value, &carried);
             std::u16string text;
             if (result == 0) text = UpToNul(value, (carried < asked ? carried : asked) / 2);
-            if (software) XmlSetAttribute(software, attributes[i], Utf8(text).c_str());
+            if (software) XmlSetAttribute(software, attributes[i], WideToUtf8(text).c_str());
         }
         if (software) {
-            XmlSetText(software, Utf8(UpToNul(key, 512)).c_str());
+            XmlSetText(software, WideToUtf8(UpToNul(key, 512)).c_str());
             XmlAppendChild(section, software);
         }
         registry.CloseEntry();

@@ -2,12 +2,6 @@
 
 namespace {
 
-std::string Utf8(const std::u16string& text) {
-    std::string out;
-    if (!text.empty()) WideToUtf8(out, text.c_str(), static_cast<int>(text.size()));
-    return out;
-}
-
 const char* const kStartTypes[] = {"BOOT_START", "SYSTEM_START", "AUTO_START", "DEMAND_START", "DISABLED"};
 const char* const kStates[] = {"N/A",     "STOPPED",          "START_PENDING", "STOP_PENDING",
                                "RUNNING", "CONTINUE_PENDING", "PAUSE_PENDING", "PAUSED"};
@@ -26,15 +20,15 @@ bool BuildServiceInfo(XmlNode* root, bool drivers, const std::optional<std::vect
         for (const ServiceAnswer& service : *services) {
             XmlNode* item = XmlCreateElement(document, "item");
             if (!item) continue;
-            XmlSetAttribute(item, "displayname", Utf8(service.displayName).c_str());
+            XmlSetAttribute(item, "displayname", WideToUtf8(service.displayName).c_str());
             XmlSetAttribute(item, "start_status", ServiceStateName(service.currentState));
             if (service.configRead) {
-                XmlSetAttribute(item, "command_line", Utf8(service.binaryPath).c_str());
-                if (!drivers) XmlSetAttribute(item, "account", Utf8(service.startName).c_str());
+                XmlSetAttribute(item, "command_line", WideToUtf8(service.binaryPath).c_str());
+                if (!drivers) XmlSetAttribute(item, "account", WideToUtf8(service.startName).c_str());
                 XmlSetAttribute(item, "start_type", ServiceStartTypeName(service.startType));
-                if (service.description) XmlSetAttribute(item, "description", Utf8(*service.description).c_str());
+                if (service.description) XmlSetAttribute(item, "description", WideToUtf8(*service.description).c_str());
             }
-            XmlSetText(item, Utf8(service.name).c_str());
+            XmlSetText(item, WideToUtf8(service.name).c_str());
             XmlAppendChild(section, item);
         }
     }

@@ -4,12 +4,6 @@
 
 namespace {
 
-std::string Utf8(const std::u16string& text) {
-    std::string out;
-    if (!text.empty()) WideToUtf8(out, text.c_str(), static_cast<int>(text.size()));
-    return out;
-}
-
 char16_t Lower(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c; }
 
 bool SameIgnoringCase(const std::u16string& a, const char16_t* b) {
@@ -28,12 +22,12 @@ bool BuildStartupInfo(XmlNode* root, const std::vector<StartupSource>& sources) 
     for (const StartupSource& source : sources) {
         XmlNode* startup = XmlCreateElement(document, "startup");
         if (!startup) continue;
-        XmlSetAttribute(startup, "name", Utf8(source.name).c_str());
+        XmlSetAttribute(startup, "name", WideToUtf8(source.name).c_str());
         for (const StartupCommand& command : source.commands) {
             XmlNode* node = XmlCreateElement(document, "command");
             if (!node) continue;
-            if (command.path) XmlSetAttribute(node, "path", Utf8(*command.path).c_str());
-            XmlSetText(node, Utf8(command.text).c_str());
+            if (command.path) XmlSetAttribute(node, "path", WideToUtf8(*command.path).c_str());
+            XmlSetText(node, WideToUtf8(command.text).c_str());
             XmlAppendChild(startup, node);
         }
         XmlAppendChild(section, startup);
@@ -67,8 +61,8 @@ std::string FormatFileSize(uint64_t bytes) {
 void ApplyFileVersion(XmlNode* element, const FileVersionAnswer& version) {
     if (!version.opened) return;
     if (version.versionRead) {
-        XmlSetAttribute(element, "description", Utf8(version.description).c_str());
-        XmlSetAttribute(element, "published", Utf8(version.company).c_str());
+        XmlSetAttribute(element, "description", WideToUtf8(version.description).c_str());
+        XmlSetAttribute(element, "published", WideToUtf8(version.company).c_str());
     }
     XmlSetAttribute(element, "size", FormatFileSize(version.size).c_str());
 }
@@ -81,8 +75,8 @@ bool BuildPluginInfo(XmlNode* root, const std::vector<PluginAnswer>& plugins) {
         XmlNode* node = XmlCreateElement(document, "ieplugin");
         if (!node) continue;
         if (plugin.serverRead) ApplyFileVersion(node, plugin.version);
-        XmlSetAttribute(node, "location", plugin.serverRead ? Utf8(plugin.serverPath).c_str() : "N/A");
-        XmlSetText(node, Utf8(plugin.className).c_str());
+        XmlSetAttribute(node, "location", plugin.serverRead ? WideToUtf8(plugin.serverPath).c_str() : "N/A");
+        XmlSetText(node, WideToUtf8(plugin.className).c_str());
         XmlAppendChild(section, node);
     }
     XmlAppendChild(root, section);
@@ -96,9 +90,9 @@ bool BuildWinsockInfo(XmlNode* root, const std::vector<WinsockAnswer>& protocols
     for (const WinsockAnswer& protocol : protocols) {
         XmlNode* node = XmlCreateElement(document, "winsock");
         if (!node) continue;
-        XmlSetText(node, Utf8(protocol.protocolName).c_str());
+        XmlSetText(node, WideToUtf8(protocol.protocolName).c_str());
         if (protocol.catalogRead) {
-            XmlSetAttribute(node, "location", Utf8(protocol.location).c_str());
+            XmlSetAttribute(node, "location", WideToUtf8(protocol.location).c_str());
             ApplyFileVersion(node, protocol.version);
         }
         XmlAppendChild(section, node);

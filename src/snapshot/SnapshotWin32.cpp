@@ -5,22 +5,23 @@
 #include "app/AppState.h"
 #include "snapshot/CollectComputerWin32.h"
 #include "snapshot/CollectNetworkWin32.h"
+#include "snapshot/CollectPortsWin32.h"
+#include "snapshot/CollectProcessesWin32.h"
 #include "snapshot/CollectStartupWin32.h"
 #include "snapshot/CollectServicesWin32.h"
 
-// One line per section, in the order the sections appear in the file. A
-// section without a collector yet keeps its bit and stays out of the file.
+// One line per section, in the order the sections appear in the file.
 const SnapshotCollector kSnapshotCollectors[] = {
     {kSnapshotSystem, CollectSystem, 0},
     {kSnapshotSoftware, CollectSoftware, 0},
     {kSnapshotHardware, CollectHardware, 0},
-    {kSnapshotProcesses, nullptr, 0},
+    {kSnapshotProcesses, CollectProcesses, 0},
     {kSnapshotServices, CollectServices, 0},  // services and drivers: one collector, argument 1 for drivers
     {kSnapshotDrivers, CollectServices, 1},
     {kSnapshotStartup, CollectStartup, 0},
     {kSnapshotDisks, CollectDisks, 0},
     {kSnapshotNetwork, CollectNetwork, 0},
-    {kSnapshotPorts, nullptr, 0},
+    {kSnapshotPorts, CollectPorts, 0},
     {kSnapshotWinsock, CollectWinsock, 0},
     {kSnapshotPlugins, CollectPlugins, 0},
 };

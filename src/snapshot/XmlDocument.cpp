@@ -344,3 +344,9 @@ void WideToUtf8(std::string& target, const char16_t* text, int count) {
         }
     }
 }
+
+std::string WideToUtf8(const std::u16string& text) {
+    std::string out;
+    if (!text.empty()) WideToUtf8(out, text.c_str(), static_cast<int>(text.size()));
+    return out;
+}

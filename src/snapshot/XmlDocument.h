@@ -78,3 +78,5 @@ const char* XmlGetAttribute(const XmlNode* node, const char* name);
 // (count 0: up to the terminating NUL). Surrogates are paired blindly: any
 // unit in D800..DFFF takes the next unit with it, whatever that unit is.
 void WideToUtf8(std::string& target, const char16_t* text, int count);
+// The same for a whole string, as the collectors store their texts.
+std::string WideToUtf8(const std::u16string& text);

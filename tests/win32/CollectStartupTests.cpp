@@ -233,7 +233,7 @@ TEST_F(WinsockReader, CatalogPathStaysUnexpandedAndVersionComesFromTheExpandedFi
     for (size_t i = 1; i < protocols->size(); ++i) EXPECT_FALSE((*protocols)[i].catalogRead);
 }
 
-TEST(FullSnapshot, EverySectionWithACollectorInTableOrder) {
+TEST(FullSnapshot, EverySectionInTableOrder) {
     wchar_t dir[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, dir);
     const std::wstring path = std::wstring(dir) + L"vexlon-collect-full.xml";
@@ -243,18 +243,31 @@ TEST(FullSnapshot, EverySectionWithACollectorInTableOrder) {
     in.close();
     DeleteFileW(path.c_str());
     ASSERT_EQ(xml.compare(0, 3, "\xEF\xBB\xBF"), 0);
+    // The ports section needs both table functions of the IP helper.
+    HMODULE iphlpapi = LoadLibraryW(L"iphlpapi.dll");
+    const bool ports = iphlpapi && GetProcAddress(iphlpapi, "AllocateAndGetTcpExTableFromStack") &&
+                       GetProcAddress(iphlpapi, "AllocateAndGetUdpExTableFromStack");
+    if (iphlpapi) FreeLibrary(iphlpapi);
     size_t last = 0;
-    for (const char* section : {"system_info", "software_info", "hardware_info", "startup_info", "disk_info",
-                                "netcard_info", "winsock_info", "ieplugin_info"}) {
-        const std::string open = std::string("\r\n\t<") + section + ">";
+    for (const char* section : {"system_info", "software_info", "hardware_info", "process_info", "service_info",
+                                "driver_info", "startup_info", "disk_info", "netcard_info", "port_info",
+                                "winsock_info", "ieplugin_info"}) {
+        const std::string name = section;
+        const std::string open = "\r\n\t<" + name + ">";
         const size_t at = xml.find(open);
-        if (std::string(section) == "winsock_info" || std::string(section) == "ieplugin_info") {
-            if (at == std::string::npos) continue;  // left out when the platform has no list or key
+        if (name == "port_info" && !ports) {
+            EXPECT_EQ(at, std::string::npos);
+            continue;
         }
+        if ((name == "winsock_info" || name == "ieplugin_info") && at == std::string::npos)
+            continue;  // left out when the platform has no list or key
         ASSERT_NE(at, std::string::npos) << section;
         EXPECT_GT(at, last) << section;
         last = at;
-        EXPECT_NE(xml.find(std::string("</") + section + ">\r\n", at), std::string::npos) << section;
+        EXPECT_NE(xml.find("</" + name + ">\r\n", at), std::string::npos) << section;
     }
+    EXPECT_NE(xml.find("\t\t<process id=\"" + std::to_string(GetCurrentProcessId()) + "\" full_path=\""),
+              std::string::npos);
+    EXPECT_NE(xml.find("\t\t<item displayname=\""), std::string::npos);
     EXPECT_EQ(xml.substr(xml.size() - 13), "</crashrpt>\r\n");
 }
