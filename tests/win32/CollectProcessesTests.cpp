@@ -192,7 +192,8 @@ TEST(PortCollector, OurListeningSocketIsInTheTcpTable) {
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
     const uint16_t port = ntohs(address.sin_port);
     std::optional<std::vector<TcpEndpoint>> rows = ReadTcpEndpoints(get);
-    // The owner the system names through its current interface, to compare.
+    // The owner the system names through its current interface, to compare:
+    // Wine names none (0) through either, Windows our own id through both.
     DWORD owner = 0xFFFFFFFFu;
     std::vector<uint8_t> table(1 << 16);
     ULONG size = static_cast<ULONG>(table.size());
