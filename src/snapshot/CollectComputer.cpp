@@ -5,13 +5,6 @@
 
 namespace {
 
-// Up to the first NUL, as the platform's string buffers are read.
-std::u16string UpToNul(const char16_t* text, size_t limit) {
-    size_t n = 0;
-    while (n < limit && text[n]) ++n;
-    return std::u16string(text, n);
-}
-
 void SetIfRead(XmlNode* node, const char* name, const std::optional<std::u16string>& value) {
     if (value) XmlSetAttribute(node, name, WideToUtf8(*value).c_str());
 }

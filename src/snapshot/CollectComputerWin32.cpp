@@ -2,18 +2,7 @@
 
 #include <lm.h>
 
-namespace {
-
-const char16_t* AsU16(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
-const wchar_t* AsWide(const char16_t* text) { return reinterpret_cast<const wchar_t*>(text); }
-
-std::u16string UpToNul(const wchar_t* text, size_t limit) {
-    size_t n = 0;
-    while (n < limit && text[n]) ++n;
-    return std::u16string(AsU16(text), n);
-}
-
-}  // namespace
+#include "snapshot/WideTextWin32.h"
 
 std::optional<std::u16string> QueryRegistryString(HKEY key, const wchar_t* name, DWORD byteCount) {
     // 1024 bytes of value and one spare character: a value stored without

@@ -1,6 +1,7 @@
 #include "snapshot/CollectPortsWin32.h"
 
 #include "snapshot/CollectProcessesWin32.h"
+#include "snapshot/WideTextWin32.h"
 
 namespace {
 
@@ -42,9 +43,7 @@ std::optional<std::vector<UdpEndpoint>> ReadUdpEndpoints(AllocateAndGetExTable g
 std::optional<std::u16string> LocateProcess(uint32_t processId) {
     wchar_t path[kLocationChars] = {};
     if (!ImagePath(processId, path, kLocationChars)) return std::nullopt;
-    size_t n = 0;
-    while (n < kLocationChars && path[n]) ++n;
-    return std::u16string(reinterpret_cast<const char16_t*>(path), n);
+    return UpToNul(path, kLocationChars);
 }
 
 void CollectPorts(XmlNode* root, int) {

@@ -7,6 +7,7 @@
 
 #include "snapshot/CollectServicesWin32.h"
 #include "snapshot/ProcessCommandLine.h"
+#include "snapshot/WideTextWin32.h"
 
 namespace {
 
@@ -14,12 +15,6 @@ constexpr DWORD kQueryAndRead = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;  //
 constexpr DWORD kAllAccess = 0x1F0FFF;
 constexpr DWORD kMainPathChars = 260;
 constexpr DWORD kModulePathChars = 520;
-
-std::u16string Text(const wchar_t* text, size_t limit) {
-    size_t n = 0;
-    while (n < limit && text[n]) ++n;
-    return std::u16string(reinterpret_cast<const char16_t*>(text), n);
-}
 
 class CRemoteMemory final : public CProcessMemory {
 public:
@@ -65,7 +60,7 @@ bool CWin32ProcessSource::ListServices(std::vector<std::u16string>* names) {
     DWORD count = 0;
     ENUM_SERVICE_STATUSW* list = ReadServiceList(manager, SERVICE_WIN32, &count);
     if (!list) return false;
-    for (DWORD i = 0; i < count; ++i) names->push_back(list[i].lpServiceName ? Text(list[i].lpServiceName, 256) : u"");
+    for (DWORD i = 0; i < count; ++i) names->push_back(UpToNul(list[i].lpServiceName, 256));
     GlobalFree(list);
     return true;
 }
@@ -106,7 +101,7 @@ ProcessDetails CWin32ProcessSource::ReadProcess(uint32_t id) {
     wchar_t path[kMainPathChars] = {};
     if (!modules.empty() && GetModuleFileNameExW(process, modules[0], path, kMainPathChars)) {
         details.opened = true;
-        details.fullPath = Text(path, kMainPathChars);
+        details.fullPath = UpToNul(path, kMainPathChars);
         details.commandLine = CommandLineOf(id);
         details.workingSetSize = memory.WorkingSetSize;
         details.threadCount = ThreadCount(id);
@@ -118,7 +113,7 @@ ProcessDetails CWin32ProcessSource::ReadProcess(uint32_t id) {
         for (size_t i = 1; i < modules.size(); ++i) {
             wchar_t module[kModulePathChars] = {};
             if (GetModuleFileNameExW(process, modules[i], module, kModulePathChars))
-                details.modules[i] = Text(module, kModulePathChars);
+                details.modules[i] = UpToNul(module, kModulePathChars);
         }
     }
     CloseHandle(process);

@@ -10,7 +10,8 @@
 #include "snapshot/CollectProcesses.h"
 
 // The processes and services of the running system. It counts the handles
-// it opens, so that a benchmark can show how the walk grows.
+// it asks for, opened or refused, so that a benchmark can show how the walk
+// grows.
 class CWin32ProcessSource final : public CProcessSource {
 public:
     explicit CWin32ProcessSource(SC_HANDLE serviceManager) : manager(serviceManager) {}

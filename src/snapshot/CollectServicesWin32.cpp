@@ -2,21 +2,16 @@
 
 #include <string>
 
-namespace {
+#include "snapshot/WideTextWin32.h"
 
-std::u16string Text(const wchar_t* text, size_t limit) {
-    if (!text) return {};
-    size_t n = 0;
-    while (n < limit && text[n]) ++n;
-    return std::u16string(reinterpret_cast<const char16_t*>(text), n);
-}
+namespace {
 
 // Strings handed out inside a buffer of `size` bytes end inside it.
 std::u16string Inside(const void* buffer, DWORD size, const wchar_t* text) {
     const auto* begin = static_cast<const unsigned char*>(buffer);
     const auto* at = reinterpret_cast<const unsigned char*>(text);
     if (!text || at < begin || at >= begin + size) return {};
-    return Text(text, static_cast<size_t>(begin + size - at) / sizeof(wchar_t));
+    return UpToNul(text, static_cast<size_t>(begin + size - at) / sizeof(wchar_t));
 }
 
 }  // namespace
@@ -40,8 +35,8 @@ ENUM_SERVICE_STATUSW* ReadServiceList(SC_HANDLE manager, DWORD type, DWORD* coun
 
 ServiceAnswer ReadService(SC_HANDLE manager, const ENUM_SERVICE_STATUSW& entry, const wchar_t* servicesKey) {
     ServiceAnswer answer;
-    answer.name = Text(entry.lpServiceName, 256);
-    answer.displayName = Text(entry.lpDisplayName, 256);
+    answer.name = UpToNul(entry.lpServiceName, 256);
+    answer.displayName = UpToNul(entry.lpDisplayName, 256);
     answer.currentState = entry.ServiceStatus.dwCurrentState;
     SC_HANDLE service = OpenServiceW(manager, entry.lpServiceName, SERVICE_QUERY_CONFIG);
     if (!service) return answer;
@@ -64,7 +59,7 @@ ServiceAnswer ReadService(SC_HANDLE manager, const ENUM_SERVICE_STATUSW& entry, 
                 DWORD got = size;
                 if (text && RegQueryValueExW(key, L"Description", nullptr, nullptr, reinterpret_cast<BYTE*>(text),
                                              &got) == ERROR_SUCCESS)
-                    answer.description = Text(text, (got < size ? got : size) / sizeof(wchar_t));
+                    answer.description = UpToNul(text, (got < size ? got : size) / sizeof(wchar_t));
                 if (text) GlobalFree(text);
                 RegCloseKey(key);
             }

@@ -7,15 +7,9 @@
 #include <winsock2.h>
 #include <ws2spi.h>
 
+#include "snapshot/WideTextWin32.h"
+
 namespace {
-
-const char16_t* AsU16(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
-
-std::u16string UpToNul(const wchar_t* text, size_t limit) {
-    size_t n = 0;
-    while (n < limit && text[n]) ++n;
-    return std::u16string(AsU16(text), n);
-}
 
 // A walk that goes on past errors still ends.
 constexpr DWORD kMaxIndex = 1u << 20;

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "common/ByteReader.h"
+#include "snapshot/XmlDocument.h"
 
 namespace {
 
@@ -31,7 +32,5 @@ std::optional<std::u16string> ReadCommandLine(CProcessMemory& memory, uint64_t e
     std::vector<char16_t> buffer(units + 1, u'\0');
     if (parametersRead && units > 0)
         memory.Read(PointerAt(held, kCommandLineBuffer, pointerSize), buffer.data(), units * sizeof(char16_t));
-    size_t n = 0;
-    while (n < units && buffer[n]) ++n;
-    return std::u16string(buffer.data(), n);
+    return UpToNul(buffer.data(), units);
 }

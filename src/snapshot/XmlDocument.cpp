@@ -350,3 +350,10 @@ std::string WideToUtf8(const std::u16string& text) {
     if (!text.empty()) WideToUtf8(out, text.c_str(), static_cast<int>(text.size()));
     return out;
 }
+
+std::u16string UpToNul(const char16_t* text, size_t limit) {
+    if (!text) return {};
+    size_t n = 0;
+    while (n < limit && text[n]) ++n;
+    return std::u16string(text, n);
+}

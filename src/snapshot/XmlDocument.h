@@ -80,3 +80,7 @@ const char* XmlGetAttribute(const XmlNode* node, const char* name);
 void WideToUtf8(std::string& target, const char16_t* text, int count);
 // The same for a whole string, as the collectors store their texts.
 std::string WideToUtf8(const std::u16string& text);
+
+// The units of a platform string buffer before its first NUL, at most
+// `limit` of them; a null buffer gives the empty string.
+std::u16string UpToNul(const char16_t* text, size_t limit);

@@ -476,3 +476,13 @@ TEST(WideToUtf8, NulSwallowedByAPairDoesNotEndTheWalk) {
 }
 
 }  // namespace
+
+TEST(UpToNul, StopsAtTheFirstNulOrTheLimitAndTakesNullAsEmpty) {
+    const char16_t text[] = {u'a', u'b', 0, u'c'};
+    EXPECT_TRUE(UpToNul(text, 4) == u"ab");
+    EXPECT_TRUE(UpToNul(text, 1) == u"a");
+    EXPECT_TRUE(UpToNul(text, 0).empty());
+    const char16_t full[] = {u'x', u'y', u'z'};  // no NUL inside the limit
+    EXPECT_TRUE(UpToNul(full, 3) == u"xyz");
+    EXPECT_TRUE(UpToNul(nullptr, 100).empty());
+}

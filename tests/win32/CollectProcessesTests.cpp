@@ -9,26 +9,16 @@
 #include <string>
 #include <vector>
 
+#include "core/CollectTestSupport.h"
 #include "snapshot/CollectPortsWin32.h"
 #include "snapshot/CollectProcessesWin32.h"
 #include "snapshot/CollectServicesWin32.h"
 
 namespace {
 
-struct Document {
-    Document() {
-        XmlInitDocument(&document);
-        root = XmlAppendChild(XmlTopLevel(&document), XmlCreateElement(&document, "crashrpt"));
-    }
-    ~Document() { XmlDestroyDocument(&document); }
-    XmlDocument document;
-    XmlNode* root;
-};
-
 std::string OwnPath() {
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::string utf8;
     std::u16string wide(reinterpret_cast<const char16_t*>(path));
     return WideToUtf8(wide);
 }
@@ -65,7 +55,7 @@ std::string ServicesOfProcessOneByOne(SC_HANDLE manager, DWORD processId) {
 }  // namespace
 
 TEST(ProcessCollector, OurOwnProcessAppearsWithItsPathModulesAndThreads) {
-    Document d;
+    Doc d;
     CollectProcesses(d.root, 0);
     XmlNode* section = XmlFirstChild(d.root);
     ASSERT_NE(section, nullptr);
@@ -94,7 +84,7 @@ TEST(ProcessCollector, OurOwnProcessAppearsWithItsPathModulesAndThreads) {
 TEST(ProcessCollector, HostedServicesMatchAskingEveryServiceForEveryProcess) {
     SC_HANDLE manager = OpenSCManagerW(nullptr, L"ServicesActive", SC_MANAGER_ALL_ACCESS);
     ASSERT_NE(manager, nullptr);
-    Document d;
+    Doc d;
     CWin32ProcessSource source(manager);
     ASSERT_TRUE(BuildProcessInfo(d.root, source));
     DWORD services = 0;
@@ -159,7 +149,7 @@ TEST(PortCollector, TheSectionIsThereExactlyWhenBothTableFunctionsAre) {
     ASSERT_NE(library, nullptr);
     const bool both = GetProcAddress(library, "AllocateAndGetTcpExTableFromStack") &&
                       GetProcAddress(library, "AllocateAndGetUdpExTableFromStack");
-    Document d;
+    Doc d;
     CollectPorts(d.root, 0);
     XmlNode* section = XmlFirstChild(d.root);
     EXPECT_EQ(section != nullptr, both);
