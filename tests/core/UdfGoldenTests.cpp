@@ -109,8 +109,8 @@ std::vector<std::pair<std::string, DriveFile>> Discs() {
         Options options;
     };
     for (const Mastered& m : {Mastered{"mastered-102-short", Rev(0x0102)}, Mastered{"mastered-201-long-efe", Rev(0x0201, kLong, true)},
-                              Mastered{"mastered-250-metadata", Rev(0x0250, kShort, true)},
-                              Mastered{"mastered-250-long", Rev(0x0250, kLong, true)}}) {
+                              Mastered{"mastered-150-short-efe", Rev(0x0150, kShort, true)},
+                              Mastered{"mastered-250-metadata", Rev(0x0250, kLong, true)}}) {
         std::string path = WriteImage(Build(Sample(), m.options), std::string("golden-") + m.name);
         discs.emplace_back(m.name, ImageDrive(path));
     }
