@@ -5,9 +5,9 @@
 
 #include "udf/UdfTree.h"
 
-FileListRow MakeFileListRow(const FileNode* node) {
+FileListRow MakeFileListRow(const FileNode* node, const CUdfReader* reader) {
     FileListRow row;
-    row.name = NodeName(node);
+    row.name = ShownName(reader, node);
     row.isDirectory = node->isDirectory != 0;
     uint32_t first = 0;
     if (row.isDirectory) {
@@ -42,4 +42,13 @@ unsigned GroupingFromLocaleText(const wchar_t* grouping) {
         value = value * 10 + static_cast<unsigned>(*p - L'0');
     }
     return value * 10;
+}
+
+std::string SaveNameFor(const std::string& name) {
+    size_t cut = name.find_last_of("/\\");
+    std::string last = cut == std::string::npos ? name : name.substr(cut + 1);
+    for (char& c : last)
+        if (static_cast<unsigned char>(c) < 0x20 || std::strchr(":*?\"<>|", c)) c = '_';
+    if (last.empty() || last == "." || last == "..") last.assign(last.empty() ? 1 : last.size(), '_');
+    return last;
 }

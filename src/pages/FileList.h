@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "udf/UdfReader.h"
 #include "udf/UdfTypes.h"
 
 struct FileListRow {
@@ -16,7 +17,14 @@ struct FileListRow {
 };
 
 // The node's fields are copied out: nodes are packed records in the arena.
-FileListRow MakeFileListRow(const FileNode* node);
+// The name is the shown one (control bytes as '?'); with the reader, a name
+// holding a NUL is shown whole.
+FileListRow MakeFileListRow(const FileNode* node, const CUdfReader* reader = nullptr);
+
+// The file name the Save dialog offers for a disc name: its last component
+// (after any "/" or ""), with every character Windows refuses in a file
+// name, and every control byte, as "_"; "", "." and ".." become "_".
+std::string SaveNameFor(const std::string& name);
 
 // Order of two list rows: a file before a directory gives 1, a directory
 // before a file 0 (never -1; the sort still puts directories first because

@@ -90,7 +90,8 @@ HTREEITEM InsertDirectory(HWND tree, HTREEITEM parent, const FileNode* node, boo
         insert.item.iImage = kDirectoryImage;
         insert.item.iSelectedImage = kOpenDirectoryImage;
     }
-    insert.item.pszText = const_cast<char*>(NodeName(node));
+    std::string name = ShownName(mountedReader, node);
+    insert.item.pszText = const_cast<char*>(name.c_str());
     insert.item.cChildren = HasSubdirectory(node);
     insert.item.lParam = reinterpret_cast<LPARAM>(node);
     return reinterpret_cast<HTREEITEM>(SendMessageW(tree, TVM_INSERTITEMA, 0, reinterpret_cast<LPARAM>(&insert)));
@@ -172,7 +173,7 @@ void FillExpandingItem(HWND tree, const NMTREEVIEWW& change) {
 // page, as LVM_INSERTITEMA stored it, up to 260 characters.
 std::wstring RowText(const FileNode* node) {
     wchar_t text[260] = {};
-    if (node) MultiByteToWideChar(CP_ACP, 0, NodeName(node), -1, text, 259);
+    if (node) MultiByteToWideChar(CP_ACP, 0, ShownName(mountedReader, node).c_str(), -1, text, 259);
     return text;
 }
 
@@ -210,12 +211,12 @@ void FillList(HWND page, HTREEITEM selected) {
             directory = FindPath(*mountedReader, nullptr);
     }
     for (const FileNode* child = directory ? directory->firstChild : nullptr; child; child = child->nextSibling) {
-        FileListRow row = MakeFileListRow(child);
+        FileListRow row = MakeFileListRow(child, mountedReader);
         LVITEMA item{};
         item.mask = LVIF_TEXT | LVIF_IMAGE | LVIF_PARAM;
         item.iItem = 0;
-        item.pszText = const_cast<char*>(NodeName(child));
-        item.iImage = SystemIconIndex(NodeName(child), row.isDirectory);
+        item.pszText = const_cast<char*>(row.name.c_str());
+        item.iImage = SystemIconIndex(row.name.c_str(), row.isDirectory);
         item.lParam = reinterpret_cast<LPARAM>(child);
         int index = static_cast<int>(SendMessageW(list, LVM_INSERTITEMA, 0, reinterpret_cast<LPARAM>(&item)));
         if (index < 0) continue;
@@ -275,9 +276,11 @@ bool AskSavePath(HWND page, const char* filter, char (&path)[MAX_PATH]) {
 void ExtractTarget(HWND page) {
     if (!extractTarget || !mountedReader) return;
     char path[MAX_PATH] = {};
-    lstrcpynA(path, NodeName(extractTarget), MAX_PATH);
+    // Only the name's last component, in characters a file name may hold:
+    // a disc name must not choose the folder the copy goes to.
+    lstrcpynA(path, SaveNameFor(ShownName(mountedReader, extractTarget)).c_str(), MAX_PATH);
     if (!AskSavePath(page, "All Files (*.*)\0*.*\0", path)) return;
-    // A failed copy leaves what was written; nothing is shown.
+    // A copy that meets an unreadable sector removes itself; nothing is shown.
     ExtractFile(*mountedReader, extractTarget, path);
 }
 
@@ -285,11 +288,11 @@ void ExportListing(HWND page) {
     char path[MAX_PATH] = "filesystem.txt";
     if (!AskSavePath(page, "Text (*.txt)\0*.txt\0", path)) return;
     // The listing already holds the CR LF line ends that text mode would
-    // write, so its bytes go out unchanged.
-    std::string bytes = FormatFileSystemListing(mountedReader);
+    // write, so its bytes go out unchanged, line by line as it is made.
     FILE* out = std::fopen(path, "wb");
     if (!out) return;
-    std::fwrite(bytes.data(), 1, bytes.size(), out);
+    CFileSink sink(out);
+    WriteFileSystemListing(mountedReader, sink);
     std::fclose(out);
 }
 

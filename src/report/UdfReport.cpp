@@ -5,18 +5,25 @@
 #include "udf/UdfTree.h"
 
 std::string FilesReport(CDevice& device) {
-    CUdfReader reader;
-    bool mounted = reader.MountDevice(&device);
-    return FormatFileSystemListing(mounted ? &reader : nullptr);
+    CStringSink sink;
+    FilesReport(device, sink);
+    return sink.text;
 }
 
-bool ExtractReport(CDevice& device, const std::string& path, const std::string& target, std::string& error) {
+bool FilesReport(CDevice& device, CTextSink& sink) {
+    CUdfReader reader;
+    bool mounted = reader.MountDevice(&device);
+    return WriteFileSystemListing(mounted ? &reader : nullptr, sink);
+}
+
+bool ExtractReport(CDevice& device, const std::string& path, const std::string& target, std::string& error,
+                   CProgress* progress) {
     CUdfReader reader;
     if (!reader.MountDevice(&device)) {
         error = "no UDF volume on the disc";
         return false;
     }
-    const FileNode* node = FindPath(reader, path.c_str());
+    const FileNode* node = FindEscapedPath(reader, path);
     if (!node || node == reader.root) {
         error = "no such file on the disc: " + path;
         return false;
@@ -25,8 +32,9 @@ bool ExtractReport(CDevice& device, const std::string& path, const std::string& 
         error = path + " is a directory";
         return false;
     }
-    if (!ExtractFile(reader, node, target.c_str())) {
-        error = "extraction of " + path + " to " + target + " failed (the file may be partly written)";
+    std::string why;
+    if (!ExtractFile(reader, node, target.c_str(), &why, progress)) {
+        error = "extraction of " + path + " to " + target + " failed: " + why;
         return false;
     }
     return true;

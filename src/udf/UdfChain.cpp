@@ -2,6 +2,7 @@
 // allocation descriptors in further blocks.
 
 #include <algorithm>
+#include <utility>
 
 #include "udf/UdfEntry.h"
 #include "udf/UdfLimits.h"
@@ -15,20 +16,20 @@ struct ChainFrame {
     uint32_t next;
 };
 
-bool SeenBefore(ExtentList& list, uint32_t sector) {
-    if (std::find(list.chainSectors.begin(), list.chainSectors.end(), sector) != list.chainSectors.end()) return true;
-    list.chainSectors.push_back(sector);
-    return false;
+// Every continuation counts against the mount, whether it is followed or
+// not: a loop or a shared chain costs as much as a new one.
+bool CountContinuation(CUdfReader& reader) {
+    if (reader.chainReads >= kUdfMaxMountChainDescriptors) return false;
+    ++reader.chainReads;
+    return true;
 }
 
 // Reads one descriptor block; false when it cannot or must not be read.
 bool LoadFrame(CUdfReader& reader, IcbLocation location, ExtentList& list, ChainFrame& frame) {
-    if (list.chainDescriptors >= kUdfMaxChainDescriptors || reader.chainReads >= kUdfMaxMountChainDescriptors)
-        return false;
+    if (list.chainDescriptors >= kUdfMaxChainDescriptors) return false;
     IcbLocation where = location;
-    if (location.kind != 3 && SeenBefore(list, reader.TranslateAddress(where))) return false;
+    if (location.kind != 3 && !list.chainSectors.insert(reader.TranslateAddress(where)).second) return false;
     ++list.chainDescriptors;
-    ++reader.chainReads;
     if (location.length > kUdfMaxEntryBytes) location.length = kUdfMaxEntryBytes;
     frame.data.assign((location.length + 2047u) & ~2047u, 0);
     if (frame.data.empty()) return false;
@@ -50,7 +51,7 @@ bool LoadFrame(CUdfReader& reader, IcbLocation location, ExtentList& list, Chain
 // the descriptors after it, without recursion.
 void FollowAllocationChain(CUdfReader& reader, IcbLocation location, ExtentList& list) {
     std::vector<ChainFrame> stack(1);
-    if (!LoadFrame(reader, location, list, stack.back())) return;
+    if (!CountContinuation(reader) || !LoadFrame(reader, location, list, stack.back())) return;
     while (!stack.empty()) {
         ChainFrame& top = stack.back();
         if (top.next >= top.count) {
@@ -64,8 +65,8 @@ void FollowAllocationChain(CUdfReader& reader, IcbLocation location, ExtentList&
         IcbLocation chain = address;
         uint32_t sector = reader.TranslateAddress(address);
         if (length < 0x40000000u) {
-            if (list.extents.size() < kUdfMaxFileExtents) list.extents.push_back(FileExtent{sector, length});
-        } else if (ExtentType(length) == 3 && stack.size() < kUdfMaxChainDepth) {
+            AppendExtent(list, sector, length);
+        } else if (ExtentType(length) == 3 && CountContinuation(reader) && stack.size() < kUdfMaxChainDepth) {
             chain.length = ExtentBytes(length);
             ChainFrame frame;
             if (LoadFrame(reader, chain, list, frame)) stack.push_back(std::move(frame));

@@ -15,9 +15,31 @@ constexpr uint32_t kUdfArenaBlockSize = 0x100000;
 // their names and extents; more is a disc trying to exhaust memory.
 constexpr uint32_t kUdfMaxArenaBlocks = 32;
 
-// Nodes in one tree. Limits the work of a volume whose directories are
-// shared many times over (which a loop check on ancestors cannot see).
+// Nodes in one tree. Every node stands for a File Identifier Descriptor of
+// at least 40 bytes in directory data that is read only once, so the disc's
+// own size bounds them first (kUdfFidBytes); this caps the largest discs.
 constexpr uint32_t kUdfMaxTreeNodes = 400000;
+
+// The smallest File Identifier Descriptor that makes a node: 38 bytes and a
+// one-character name, padded to four.
+constexpr uint32_t kUdfFidBytes = 40;
+
+// Extents held over the whole tree. A file entry named by many identifiers
+// (a hard link) is one entry on the disc but its extents are held for each
+// name; a well-formed disc cannot describe more extents than its metadata
+// holds descriptors for, 8 MiB of extent records is far beyond that.
+constexpr uint32_t kUdfMaxTreeExtents = 1u << 20;
+
+// The export listing: a volume of the largest tree, names of 64 characters
+// ten levels deep and ten extents a file, lists in about 45 MiB; a listing
+// that would grow past this is a disc describing its few sectors over and
+// over, and is cut with a last line that says so.
+constexpr uint64_t kUdfMaxListingBytes = 64ull << 20;
+
+// When the drive does not say where the medium ends: the largest optical
+// medium made (a four-layer BDXL, 128 GB) holds this many sectors. Bounds the
+// disc dump and any one extraction.
+constexpr uint32_t kUdfLargestMediumSectors = 62500864;
 
 // Directory nesting. Windows paths end long before this; deeper trees are
 // cut here so the recursion of the directory walk stays shallow.
@@ -27,7 +49,10 @@ constexpr uint32_t kUdfMaxDirectoryDepth = 128;
 // length is read only up to this, as the growable buffer would follow it.
 constexpr uint32_t kUdfMaxDirectoryBytes = 16u << 20;
 
-// Directory data read over a whole mount, all directories together.
+// Directory data read over a whole mount, all directories together. When
+// the medium's end is known, no more than the medium holds either: on a
+// well-formed disc directories never share sectors, and each directory's
+// data is read once.
 constexpr uint64_t kUdfMaxTreeDirectoryBytes = 256ull << 20;
 
 // A File Entry or Allocation Extent Descriptor is one logical block; a
@@ -39,8 +64,8 @@ constexpr uint32_t kUdfMaxEntryBytes = 2048;
 constexpr uint32_t kUdfMaxChainDescriptors = 4096;
 constexpr uint32_t kUdfMaxChainDepth = 256;
 
-// Allocation extent descriptors read over a whole mount: many files may
-// share one long chain, which no per-file check sees.
+// Allocation extent continuations met over a whole mount, followed or not:
+// many files may share one long chain, which no per-file check sees.
 constexpr uint32_t kUdfMaxMountChainDescriptors = 65536;
 
 // Extents of one file: the table must fit in one arena block (8 bytes each).

@@ -1,5 +1,6 @@
 #include "udf/UdfReader.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -44,6 +45,9 @@ void CUdfReader::Release() {
     std::free(cache);
     cache = nullptr;
     cacheSize = 0;
+    cacheValid = 0;
+    readDirectories.clear();
+    namesWithNul.clear();
     // Only a device the reader opened itself is closed; a lent one stays
     // open for its owner.
     if (device && releaseDevice) {
@@ -81,14 +85,20 @@ void* ReaderAllocate(CUdfReader& reader, uint32_t bytes) {
     return ArenaAllocate(reader.arena, bytes);
 }
 
+// Sectors 0-2047 in 64 KiB commands, none past the medium's end when that
+// is known: a small disc costs a small fill.
 bool CUdfReader::FillCache() {
-    cache = static_cast<uint8_t*>(std::calloc(1, kUdfCacheSize));
+    uint64_t sectors = kUdfCacheSize / kSector;
+    if (medium.known && medium.sectors < sectors) sectors = medium.sectors;
+    if (sectors == 0) return true;
+    cache = static_cast<uint8_t*>(std::calloc(1, static_cast<size_t>(sectors) * kSector));
     if (!cache) return false;
-    cacheSize = kUdfCacheSize;
-    const uint32_t chunk = kCacheCommandSectors * kSector;
-    for (uint32_t i = 0; i < kUdfCacheSize / chunk; ++i)
-        if (ReadSectors(*device, i * kCacheCommandSectors, kCacheCommandSectors, cache + i * chunk))
+    cacheSize = static_cast<uint32_t>(sectors * kSector);
+    for (uint32_t first = 0, i = 0; first < sectors; first += kCacheCommandSectors, ++i) {
+        uint32_t count = static_cast<uint32_t>(std::min<uint64_t>(kCacheCommandSectors, sectors - first));
+        if (ReadSectors(*device, first, static_cast<uint16_t>(count), cache + static_cast<size_t>(first) * kSector))
             cacheValid |= 1ull << i;
+    }
     return true;
 }
 
@@ -208,6 +218,7 @@ bool CUdfReader::MountDevice(CDevice* drive, void (*release)(CDevice*)) {
     device = drive;
     releaseDevice = release;
     if (!device || !descriptorBuffer.data || !entryBuffer.data) return false;
+    medium = ReadMediumEnd(*device);
     arena = CreateBlockArena(kUdfArenaBlockSize);
     if (!arena || !FillCache()) return false;
     if (!RecognizeVolume()) return false;

@@ -5,9 +5,13 @@
 // UdfTree.h.
 
 #include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "common/BlockArena.h"
 #include "device/Device.h"
+#include "pages/MediumEnd.h"
 #include "udf/UdfTypes.h"
 
 constexpr uint32_t kUdfFlagIso9660 = 1u << 0;
@@ -73,8 +77,20 @@ public:
     uint32_t nodeCount = 0;
     uint64_t directoryBytesRead = 0;
     uint64_t arenaBytes = 0;
-    uint32_t chainReads = 0;
+    uint32_t chainReads = 0;  // continuations met, followed or not
+    uint64_t treeExtents = 0;
     uint32_t rootIcbSector = 0;
+    // Directory data already read (by first sector): each is read once, so
+    // a directory named from many places is not walked again.
+    std::unordered_set<uint32_t> readDirectories;
+    // Names that hold a NUL byte: the node keeps the C string (cut there),
+    // the whole name is kept here for showing it.
+    std::unordered_map<const FileNode*, std::string> namesWithNul;
+
+    // From READ CAPACITY at mount: bounds the cache fill and file data reads.
+    MediumEnd medium{false, 0};
+    // The sector of the last failed read of file data.
+    uint32_t failedSector = 0xFFFFFFFFu;
 
 private:
     bool FillCache();

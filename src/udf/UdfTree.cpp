@@ -14,15 +14,17 @@ constexpr uint32_t kSector = 2048;
 
 uint64_t RoundUpToSector(uint64_t bytes) { return (bytes + kSector - 1) & ~static_cast<uint64_t>(kSector - 1); }
 
-void CopyName(const ByteReader& fid, uint32_t lfi, uint32_t liu, char* name) {
-    if (lfi <= 1) return;
+// Returns the characters copied, which a NUL inside the name outnumbers.
+uint32_t CopyName(const ByteReader& fid, uint32_t lfi, uint32_t liu, char* name) {
+    if (lfi <= 1) return 0;
     size_t id = 38 + static_cast<size_t>(liu);
     if (fid.U8(id) == 16) {
         uint32_t count = ((lfi - 2) >> 1) + 1;
         for (uint32_t i = 0; i < count; ++i) name[i] = static_cast<char>(fid.U8(id + 2 + 2 * static_cast<size_t>(i)));
-    } else {
-        for (uint32_t i = 0; i + 1 < lfi; ++i) name[i] = static_cast<char>(fid.U8(id + 1 + i));
+        return count;
     }
+    for (uint32_t i = 0; i + 1 < lfi; ++i) name[i] = static_cast<char>(fid.U8(id + 1 + i));
+    return lfi - 1;
 }
 
 void SetDirectoryLocation(CUdfReader& reader, FileNode* node, const ByteReader& fe, const EntryInfo& info) {
@@ -42,10 +44,6 @@ void SetDirectoryLocation(CUdfReader& reader, FileNode* node, const ByteReader& 
         return;
     node->sector = reader.TranslateAddress(location);
     node->location = location;
-}
-
-void AppendExtent(ExtentList& list, uint32_t sector, uint32_t length) {
-    if (list.extents.size() < kUdfMaxFileExtents) list.extents.push_back(FileExtent{sector, length});
 }
 
 // One allocation descriptor of a file: recorded extents are kept, chains
@@ -75,6 +73,8 @@ void CollectExtents(CUdfReader& reader, FileNode* node, const ByteReader& fe, co
     }
     if (list.extents.empty()) return;
     uint32_t count = static_cast<uint32_t>(list.extents.size());
+    if (reader.treeExtents + count > kUdfMaxTreeExtents) return;
+    reader.treeExtents += count;
     auto* table = static_cast<FileExtent*>(ReaderAllocate(reader, count * static_cast<uint32_t>(sizeof(FileExtent))));
     if (!table) return;
     std::memcpy(static_cast<void*>(table), list.extents.data(), count * sizeof(FileExtent));
@@ -84,20 +84,26 @@ void CollectExtents(CUdfReader& reader, FileNode* node, const ByteReader& fe, co
         if (e.start < reader.lowestDataSector) reader.lowestDataSector = e.start;
 }
 
-// True when the directory's entry or data is that of one of its ancestors.
-bool ContainsAncestor(const FileNode* node) {
-    const FileNode* p = node->parent;
-    for (uint32_t depth = 0; p && depth <= kUdfMaxDirectoryDepth; ++depth) {
-        if (p->sector == node->sector || (p->icbSector == node->icbSector && node->icbSector != 0)) return true;
-        if (p->parent == p) break;
-        p = p->parent;
-    }
-    return false;
+// The sector that names a directory's data: where it starts, or the entry
+// that embeds it.
+uint32_t DirectoryKey(CUdfReader& reader, IcbLocation location) {
+    return location.kind == 3 ? location.location : reader.TranslateAddress(location);
+}
+
+// Directory data over the whole mount: never more than the medium holds.
+uint64_t DirectoryBudget(const CUdfReader& reader) {
+    uint64_t budget = kUdfMaxTreeDirectoryBytes;
+    if (reader.medium.known && reader.medium.sectors * kSector < budget) budget = reader.medium.sectors * kSector;
+    return budget;
 }
 
 bool ReadDirectoryAt(CUdfReader& reader, IcbLocation location, FileNode* dirNode, uint32_t depth) {
     uint64_t length = location.length < kUdfMaxDirectoryBytes ? location.length : kUdfMaxDirectoryBytes;
-    if (reader.directoryBytesRead + length > kUdfMaxTreeDirectoryBytes) return true;
+    if (reader.directoryBytesRead + length > DirectoryBudget(reader)) return true;
+    // A directory whose data was read already (an ancestor, or one named
+    // from elsewhere too) is not walked again: on a well-formed disc every
+    // directory has data of its own.
+    if (length > 0 && !reader.readDirectories.insert(DirectoryKey(reader, location)).second) return true;
     reader.directoryBytesRead += length;
     if (!reader.GrowTo(reader.descriptorBuffer, RoundUpToSector(length))) return true;
     location.length = static_cast<uint32_t>(length);
@@ -123,7 +129,7 @@ bool ReadDirectoryAt(CUdfReader& reader, IcbLocation location, FileNode* dirNode
     }
     if (depth + 1 >= kUdfMaxDirectoryDepth) return true;
     for (FileNode* child = dirNode->firstChild; child; child = child->nextSibling)
-        if (child->isDirectory && !ContainsAncestor(child)) ReadDirectoryAt(reader, child->location, child, depth + 1);
+        if (child->isDirectory) ReadDirectoryAt(reader, child->location, child, depth + 1);
     return true;
 }
 
@@ -144,7 +150,8 @@ FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
     IcbLocation icb{1, fid.LE16(28), fid.LE32(24), 0};
     node->icbSector = reader.TranslateAddress(icb);
     node->icbLength = fid.LE32(20);
-    CopyName(fid, lfi, liu, NodeName(node));
+    uint32_t copied = CopyName(fid, lfi, liu, NodeName(node));
+    if (std::strlen(NodeName(node)) < copied) reader.namesWithNul[node] = std::string(NodeName(node), copied);
     if (node->icbLength == 0) return node;
     uint8_t longAd[16];
     for (uint32_t i = 0; i < 16; ++i) longAd[i] = fid.U8(20 + i);
@@ -161,4 +168,22 @@ FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
         CollectExtents(reader, node, fe, info);
     }
     return node;
+}
+
+void AppendExtent(ExtentList& list, uint32_t sector, uint32_t length) {
+    uint64_t end = static_cast<uint64_t>(sector) + ((static_cast<uint64_t>(length) + kSector - 1) / kSector);
+    if (end > 0x100000000ull) return;
+    if (list.extents.size() < kUdfMaxFileExtents) list.extents.push_back(FileExtent{sector, length});
+}
+
+std::string ShownName(const CUdfReader* reader, const FileNode* node) {
+    if (!node) return std::string();
+    std::string name = NodeName(node);
+    if (reader) {
+        auto whole = reader->namesWithNul.find(node);
+        if (whole != reader->namesWithNul.end()) name = whole->second;
+    }
+    for (char& c : name)
+        if (static_cast<unsigned char>(c) < 0x20) c = '?';
+    return name;
 }

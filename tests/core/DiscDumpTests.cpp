@@ -57,7 +57,8 @@ struct TempFile {
     std::string path;
 };
 
-// Fails READ(10) of chosen sectors, passes everything else on.
+// Fails every READ(10) that covers one of the chosen sectors, as a drive
+// fails a command that meets a bad sector; passes everything else on.
 class HoleyDevice : public CDevice {
 public:
     HoleyDevice(CDevice& next, std::vector<uint32_t> bad) : inner(next), holes(std::move(bad)) {}
@@ -68,8 +69,9 @@ public:
     bool ExecuteCommand(const ScsiCommand& command, ScsiResult* result) override {
         if (command.cdb[0] == 0x28) {
             uint32_t lba = ByteReader(command.cdb, 16).BE32(2);
+            uint32_t count = ByteReader(command.cdb, 16).BE16(7);
             for (uint32_t h : holes)
-                if (h == lba) {
+                if (h >= lba && h - lba < count) {
                     // Leave junk in the buffer, as a drive may, to see it is not what gets written.
                     if (command.data) std::memset(command.data, 0xEE, command.transferLength);
                     return false;
