@@ -37,6 +37,15 @@ sanitized() {
     ctest --test-dir build/asan --output-on-failure
 }
 
+hostile() {
+  # The report tool on every hostile disc and drive file: the release build
+  # held to 2 s and 64 MiB a run, the sanitized build to its checks.
+  local rc=0
+  tools/hostile-check.sh build/native || rc=1
+  HOSTILE_NO_TIME=1 KB_LIMIT_SKIP=1 tools/hostile-check.sh build/asan || rc=1
+  return $rc
+}
+
 windows() {
   cmake -S . -B build/mingw -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null &&
   cmake --build build/mingw -j"$JOBS" || return 1
@@ -90,6 +99,7 @@ benchmarks() {
 
 step native native
 step sanitized sanitized
+step hostile hostile
 step windows windows
 step gui gui
 step stylesheet stylesheet
