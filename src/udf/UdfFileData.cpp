@@ -26,10 +26,10 @@ uint32_t ReadRun(CUdfReader& reader, const SectorRun& run, uint8_t* out, bool& f
     if (reader.medium.known)
         readable = reader.medium.sectors > run.start ? std::min<uint64_t>(run.count, reader.medium.sectors - run.start) : 0;
     uint32_t whole = static_cast<uint32_t>(readable);
-    if (whole == run.count && whole > 1 && reader.CachedRead(run.start, whole * kSector, out) == whole * kSector)
+    if (whole == run.count && whole > 1 && reader.DirectRead(run.start, whole * kSector, out) == whole * kSector)
         return whole;
     for (uint32_t i = 0; i < whole; ++i) {
-        if (reader.CachedRead(run.start + i, kSector, out + static_cast<size_t>(i) * kSector) == kSector) continue;
+        if (reader.DirectRead(run.start + i, kSector, out + static_cast<size_t>(i) * kSector) == kSector) continue;
         failed = true;
         reader.failedSector = run.start + i;
         return i;

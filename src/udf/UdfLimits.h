@@ -86,3 +86,8 @@ constexpr uint32_t kUdfMaxDescriptorSequence = 256;
 // A physical sector number that no read can satisfy: what an address that
 // leads nowhere translates to.
 constexpr uint32_t kUdfInvalidSector = 0xFFFFFFFFu;
+
+// Read-ahead windows (64 KiB each) kept by one mount: 4 MiB besides the
+// cache of sectors 0-2047. A mount reads its metadata mostly in order, so a
+// few windows catch nearly every repeated read; more would only hold memory.
+constexpr uint32_t kUdfReadAheadWindows = 64;

@@ -46,6 +46,7 @@ void CUdfReader::Release() {
     cache = nullptr;
     cacheSize = 0;
     cacheValid = 0;
+    readAhead.Clear();
     readDirectories.clear();
     namesWithNul.clear();
     // Only a device the reader opened itself is closed; a lent one stays
@@ -72,7 +73,7 @@ bool CUdfReader::GrowTo(GrowBuffer& buffer, uint64_t bytes) {
 
 uint64_t CUdfReader::MemoryInUse() const {
     uint64_t blocks = arena ? ArenaBlockCount(arena) * ArenaBlockSize(arena) : 0;
-    return blocks + descriptorBuffer.size + entryBuffer.size + cacheSize;
+    return blocks + descriptorBuffer.size + entryBuffer.size + cacheSize + readAhead.MemoryInUse();
 }
 
 void* ReaderAllocate(CUdfReader& reader, uint32_t bytes) {
@@ -112,6 +113,19 @@ bool CUdfReader::CacheHolds(uint32_t sector, uint32_t bytes) const {
 }
 
 uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
+    if (sector == kUdfInvalidSector || !dst) return 0;
+    uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
+    if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
+        std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);
+        return bytes;
+    }
+    uint64_t count = (static_cast<uint64_t>(bytes) + kSector - 1) / kSector;
+    if (count == 0 || !device || static_cast<uint64_t>(sector) + count > 0x100000000ull) return 0;
+    if (!readAhead.Read(sector, static_cast<uint32_t>(count), static_cast<uint8_t*>(dst))) return 0;
+    return static_cast<uint32_t>(count * kSector);
+}
+
+uint32_t CUdfReader::DirectRead(uint32_t sector, uint32_t bytes, void* dst) {
     if (sector == kUdfInvalidSector || !dst) return 0;
     uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
     if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
@@ -219,6 +233,7 @@ bool CUdfReader::MountDevice(CDevice* drive, void (*release)(CDevice*)) {
     releaseDevice = release;
     if (!device || !descriptorBuffer.data || !entryBuffer.data) return false;
     medium = ReadMediumEnd(*device);
+    readAhead.Attach(device, medium);
     arena = CreateBlockArena(kUdfArenaBlockSize);
     if (!arena || !FillCache()) return false;
     if (!RecognizeVolume()) return false;

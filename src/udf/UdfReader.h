@@ -12,6 +12,7 @@
 #include "common/BlockArena.h"
 #include "device/Device.h"
 #include "pages/MediumEnd.h"
+#include "udf/UdfReadAhead.h"
 #include "udf/UdfTypes.h"
 
 constexpr uint32_t kUdfFlagIso9660 = 1u << 0;
@@ -43,7 +44,12 @@ public:
 
     const char* VolumeName() const { return volumeName; }
     uint32_t TranslateAddress(IcbLocation& address);
+    // Whole sectors: from the cache of sectors 0-2047, else through the
+    // read-ahead windows. The metadata of a mount is read this way.
     uint32_t CachedRead(uint32_t sector, uint32_t bytes, void* dst);
+    // Whole sectors: from the cache, else straight from the drive in as few
+    // commands as READ(10) allows. File data is read this way.
+    uint32_t DirectRead(uint32_t sector, uint32_t bytes, void* dst);
     // A kind 0 location is rewritten in place to kind 1 in the default partition.
     uint32_t ReadLocation(IcbLocation& location, void* dst);
     uint32_t ReadLongAd(const uint8_t* longAd, GrowBuffer& into);
@@ -87,6 +93,7 @@ public:
     // the whole name is kept here for showing it.
     std::unordered_map<const FileNode*, std::string> namesWithNul;
 
+    CReadAhead readAhead;
     // From READ CAPACITY at mount: bounds the cache fill and file data reads.
     MediumEnd medium{false, 0};
     // The sector of the last failed read of file data.
