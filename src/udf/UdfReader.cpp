@@ -114,6 +114,7 @@ bool CUdfReader::CacheHolds(uint32_t sector, uint32_t bytes) const {
 
 uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
     if (sector == kUdfInvalidSector || !dst) return 0;
+    if (requestLog) requestLog->emplace_back(sector, static_cast<uint32_t>((static_cast<uint64_t>(bytes) + kSector - 1) / kSector));
     uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
     if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
         std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);
@@ -127,6 +128,7 @@ uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
 
 uint32_t CUdfReader::DirectRead(uint32_t sector, uint32_t bytes, void* dst) {
     if (sector == kUdfInvalidSector || !dst) return 0;
+    if (requestLog) requestLog->emplace_back(sector, static_cast<uint32_t>((static_cast<uint64_t>(bytes) + kSector - 1) / kSector));
     uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
     if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
         std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);

@@ -8,6 +8,8 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "common/BlockArena.h"
 #include "device/Device.h"
@@ -94,6 +96,9 @@ public:
     std::unordered_map<const FileNode*, std::string> namesWithNul;
 
     CReadAhead readAhead;
+    // When set, every sector range the mount and the file reads ask for, as
+    // (first sector, count): what the benchmarks measure the drive's floor by.
+    std::vector<std::pair<uint32_t, uint32_t>>* requestLog = nullptr;
     // From READ CAPACITY at mount: bounds the cache fill and file data reads.
     MediumEnd medium{false, 0};
     // The sector of the last failed read of file data.

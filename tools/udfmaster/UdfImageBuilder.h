@@ -50,6 +50,8 @@ struct Options {
     int ad = kShort;
     std::string volume = "VEXLON_TEST";
     uint32_t minSectors = 0;  // pad the image to at least this size
+    bool scatter = false;     // entries and directories among the file data (without a Metadata Partition)
+    uint32_t dataStart = 0;   // the first partition block file data may use
 };
 
 struct Image {
@@ -155,6 +157,7 @@ public:
         metaBase = metadata ? 2 : 0;
         metaReserve = EstimateMetaBlocks(root) + 16;
         dataNext = metaBase + metaReserve;
+        if (dataNext < opt.dataStart) dataNext = opt.dataStart;
         fsdBlock = AllocMeta(1);
         uint32_t rootBlock = WriteNode(root, "", /*parentIcb*/ 0, true);
         FinishFileSet(rootBlock);
@@ -199,6 +202,7 @@ private:
     }
 
     uint32_t AllocMeta(uint32_t n) {
+        if (opt.scatter && !metadata) return AllocData(n * kBlock);
         uint32_t b = metaNext;
         metaNext += n;
         if (metaNext > metaReserve) metaReserve = metaNext;  // estimates are generous
