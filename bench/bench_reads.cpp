@@ -27,7 +27,10 @@
 
 namespace {
 
-enum Layout { kContiguous = 0, kScattered = 1, kMetadataPartition = 2, kDumpLayout = 3 };
+// Contiguous: every directory's data right after its entry, then its
+// children; post-order: a directory's data after all of its subtree (the
+// worst order for a reader, which learns of the children only at the end).
+enum Layout { kContiguous = 0, kScattered = 1, kMetadataPartition = 2, kDumpLayout = 3, kPostOrder = 4 };
 
 struct Timing {
     const char* name;
@@ -54,6 +57,7 @@ std::string ImageOf(int files, Layout layout) {
     options.efe = options.revision >= 0x0250;
     options.ad = udfmaster::kLong;
     options.scatter = layout == kScattered;
+    options.dataAfterEntry = layout != kPostOrder;
     if (layout == kDumpLayout) options.dataStart = 32768 - 257;  // file data from 64 MiB on
     udfmaster::Image image = udfmaster::Build(udfmaster::Dir("", dirs), options);
     std::string path = "/tmp/vexlon-bench-reads-" + std::to_string(files) + "-" + std::to_string(int(layout)) + ".img";
@@ -175,6 +179,8 @@ void Dump(benchmark::State& state, const Timing& timing) {
 
 void MountContiguousDvd(benchmark::State& s) { Mount(s, kContiguous, kDvd); }
 void MountContiguousBd(benchmark::State& s) { Mount(s, kContiguous, kBd); }
+void MountPostOrderDvd(benchmark::State& s) { Mount(s, kPostOrder, kDvd); }
+void MountPostOrderBd(benchmark::State& s) { Mount(s, kPostOrder, kBd); }
 void MountScatteredDvd(benchmark::State& s) { Mount(s, kScattered, kDvd); }
 void MountScatteredBd(benchmark::State& s) { Mount(s, kScattered, kBd); }
 void MountMetadataPartitionDvd(benchmark::State& s) { Mount(s, kMetadataPartition, kDvd); }
@@ -187,6 +193,8 @@ void DumpDvd(benchmark::State& s) { Dump(s, kDvd); }
 #define VEXLON_MOUNT_SIZES ->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(1)
 BENCHMARK(MountContiguousDvd) VEXLON_MOUNT_SIZES;
 BENCHMARK(MountContiguousBd) VEXLON_MOUNT_SIZES;
+BENCHMARK(MountPostOrderDvd) VEXLON_MOUNT_SIZES;
+BENCHMARK(MountPostOrderBd) VEXLON_MOUNT_SIZES;
 BENCHMARK(MountScatteredDvd) VEXLON_MOUNT_SIZES;
 BENCHMARK(MountScatteredBd) VEXLON_MOUNT_SIZES;
 BENCHMARK(MountMetadataPartitionDvd) VEXLON_MOUNT_SIZES;

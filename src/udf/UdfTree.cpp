@@ -3,7 +3,9 @@
 
 #include "udf/UdfTree.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "udf/UdfEntry.h"
 #include "udf/UdfLimits.h"
@@ -97,51 +99,25 @@ uint64_t DirectoryBudget(const CUdfReader& reader) {
     return budget;
 }
 
-bool ReadDirectoryAt(CUdfReader& reader, IcbLocation location, FileNode* dirNode, uint32_t depth) {
-    uint64_t length = location.length < kUdfMaxDirectoryBytes ? location.length : kUdfMaxDirectoryBytes;
-    if (reader.directoryBytesRead + length > DirectoryBudget(reader)) return true;
-    // A directory whose data was read already (an ancestor, or one named
-    // from elsewhere too) is not walked again: on a well-formed disc every
-    // directory has data of its own.
-    if (length > 0 && !reader.readDirectories.insert(DirectoryKey(reader, location)).second) return true;
-    reader.directoryBytesRead += length;
-    if (!reader.GrowTo(reader.descriptorBuffer, RoundUpToSector(length))) return true;
-    location.length = static_cast<uint32_t>(length);
-    uint32_t got = reader.ReadLocation(location, reader.descriptorBuffer.data);
-    if (got == 0) return true;
-    ByteReader bytes(reader.descriptorBuffer.data, got < length ? got : length);
-    FileNode* last = nullptr;
-    for (size_t offset = 0; offset < bytes.Size();) {
-        uint32_t characteristics = bytes.U8(offset + 18), lfi = bytes.U8(offset + 19);
-        uint32_t liu = bytes.LE16(offset + 36);
-        size_t step = (38 + static_cast<size_t>(liu) + lfi + 3) & ~static_cast<size_t>(3);
-        if (lfi != 0 && !(characteristics & 4)) {
-            FileNode* node = reader.nodeCount < kUdfMaxTreeNodes
-                                 ? MakeNode(reader, bytes.Sub(offset, bytes.Size() - offset))
-                                 : nullptr;
-            if (!node) break;
-            node->parent = dirNode;
-            if (!dirNode->firstChild) dirNode->firstChild = node;
-            if (last) last->nextSibling = node;
-            last = node;
-        }
-        offset += step;
+// Fills a node from its File Entry: time, and a file's size and extents or
+// a directory's data location.
+void ReadNodeEntry(CUdfReader& reader, FileNode* node, const uint8_t* longAd) {
+    uint32_t got = reader.ReadLongAd(longAd, reader.entryBuffer);
+    if (got == 0) return;
+    ByteReader fe(reader.entryBuffer.data, got);
+    EntryInfo info = ParseFileEntry(fe);
+    if (!info.valid) return;
+    for (uint32_t i = 0; i < 12; ++i) node->modified[i] = fe.U8(info.modifiedOffset + i);
+    if (node->isDirectory) {
+        SetDirectoryLocation(reader, node, fe, info);
+    } else {
+        node->size = fe.LE64(56);
+        CollectExtents(reader, node, fe, info);
     }
-    if (depth + 1 >= kUdfMaxDirectoryDepth) return true;
-    for (FileNode* child = dirNode->firstChild; child; child = child->nextSibling)
-        if (child->isDirectory) ReadDirectoryAt(reader, child->location, child, depth + 1);
-    return true;
 }
 
-}  // namespace
-
-bool ReadDirectory(CUdfReader& reader, IcbLocation location, FileNode* dirNode) {
-    uint32_t depth = 0;
-    for (const FileNode* p = dirNode; p && p->parent != p && depth < kUdfMaxDirectoryDepth; p = p->parent) ++depth;
-    return ReadDirectoryAt(reader, location, dirNode, depth);
-}
-
-FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
+// A node made from its File Identifier, before its entry is read.
+FileNode* CreateNode(CUdfReader& reader, const ByteReader& fid) {
     uint32_t lfi = fid.U8(19), liu = fid.LE16(36);
     auto* node = static_cast<FileNode*>(ReaderAllocate(reader, kFileNodeRecordSize + lfi));
     if (!node) return nullptr;
@@ -152,21 +128,128 @@ FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
     node->icbLength = fid.LE32(20);
     uint32_t copied = CopyName(fid, lfi, liu, NodeName(node));
     if (std::strlen(NodeName(node)) < copied) reader.namesWithNul[node] = std::string(NodeName(node), copied);
-    if (node->icbLength == 0) return node;
+    return node;
+}
+
+// The whole tree is read in the order of the disc rather than the order of
+// the tree: every entry and directory still to be read waits in a queue by
+// its sector, and the walk takes the nearest one at or after where the last
+// read was, going round again from the lowest when none is left ahead (as an
+// elevator does). Nodes are linked in directory order when their identifiers
+// are read, so the tree is the same; the drive moves forward through the
+// metadata instead of seeking back and forth between a directory's data and
+// its children's entries.
+class CTreeWalk {
+public:
+    explicit CTreeWalk(CUdfReader& r) : reader(r) {}
+
+    void Directory(FileNode* node, uint32_t depth) {
+        PendingRead p{DirectoryKey(reader, node->location), depth, node, true, {}};
+        Push(p);
+    }
+
+    void Run() {
+        PendingRead p{};
+        while (Pop(p)) {
+            head = p.sector;
+            if (p.directoryData) ReadData(p);
+            else ReadEntry(p);
+        }
+    }
+
+private:
+    struct PendingRead {
+        uint32_t sector;
+        uint32_t depth;
+        FileNode* node;
+        bool directoryData;
+        uint8_t longAd[16];
+    };
+    struct Later {
+        bool operator()(const PendingRead& a, const PendingRead& b) const { return a.sector > b.sector; }
+    };
+
+    void Push(const PendingRead& p) {
+        std::vector<PendingRead>& heap = p.sector >= head ? ahead : behind;
+        heap.push_back(p);
+        std::push_heap(heap.begin(), heap.end(), Later());
+    }
+
+    bool Pop(PendingRead& p) {
+        if (ahead.empty()) std::swap(ahead, behind);
+        if (ahead.empty()) return false;
+        std::pop_heap(ahead.begin(), ahead.end(), Later());
+        p = ahead.back();
+        ahead.pop_back();
+        return true;
+    }
+
+    void ReadEntry(const PendingRead& p) {
+        ReadNodeEntry(reader, p.node, p.longAd);
+        // A directory's data is read only above the depth bound.
+        if (p.node->isDirectory && p.depth < kUdfMaxDirectoryDepth) Directory(p.node, p.depth);
+    }
+
+    void ReadData(const PendingRead& p) {
+        IcbLocation location = p.node->location;
+        uint64_t length = location.length < kUdfMaxDirectoryBytes ? location.length : kUdfMaxDirectoryBytes;
+        if (reader.directoryBytesRead + length > DirectoryBudget(reader)) return;
+        // A directory whose data was read already (an ancestor, or one named
+        // from elsewhere too) is not walked again: on a well-formed disc every
+        // directory has data of its own.
+        if (length > 0 && !reader.readDirectories.insert(p.sector).second) return;
+        reader.directoryBytesRead += length;
+        if (!reader.GrowTo(reader.descriptorBuffer, RoundUpToSector(length))) return;
+        location.length = static_cast<uint32_t>(length);
+        uint32_t got = reader.ReadLocation(location, reader.descriptorBuffer.data);
+        if (got == 0) return;
+        ByteReader bytes(reader.descriptorBuffer.data, got < length ? got : length);
+        FileNode* last = nullptr;
+        for (size_t offset = 0; offset < bytes.Size();) {
+            uint32_t characteristics = bytes.U8(offset + 18), lfi = bytes.U8(offset + 19);
+            uint32_t liu = bytes.LE16(offset + 36);
+            size_t step = (38 + static_cast<size_t>(liu) + lfi + 3) & ~static_cast<size_t>(3);
+            if (lfi != 0 && !(characteristics & 4)) {
+                ByteReader fid = bytes.Sub(offset, bytes.Size() - offset);
+                FileNode* node = reader.nodeCount < kUdfMaxTreeNodes ? CreateNode(reader, fid) : nullptr;
+                if (!node) break;
+                node->parent = p.node;
+                if (!p.node->firstChild) p.node->firstChild = node;
+                if (last) last->nextSibling = node;
+                last = node;
+                if (node->icbLength != 0) {
+                    PendingRead entry{node->icbSector, p.depth + 1, node, false, {}};
+                    for (uint32_t i = 0; i < 16; ++i) entry.longAd[i] = fid.U8(20 + i);
+                    Push(entry);
+                }
+            }
+            offset += step;
+        }
+    }
+
+    CUdfReader& reader;
+    std::vector<PendingRead> ahead, behind;
+    uint32_t head = 0;
+};
+
+}  // namespace
+
+bool ReadDirectory(CUdfReader& reader, IcbLocation location, FileNode* dirNode) {
+    uint32_t depth = 0;
+    for (const FileNode* p = dirNode; p && p->parent != p && depth < kUdfMaxDirectoryDepth; p = p->parent) ++depth;
+    dirNode->location = location;
+    CTreeWalk walk(reader);
+    walk.Directory(dirNode, depth);
+    walk.Run();
+    return true;
+}
+
+FileNode* MakeNode(CUdfReader& reader, const ByteReader& fid) {
+    FileNode* node = CreateNode(reader, fid);
+    if (!node || node->icbLength == 0) return node;
     uint8_t longAd[16];
     for (uint32_t i = 0; i < 16; ++i) longAd[i] = fid.U8(20 + i);
-    uint32_t got = reader.ReadLongAd(longAd, reader.entryBuffer);
-    if (got == 0) return node;
-    ByteReader fe(reader.entryBuffer.data, got);
-    EntryInfo info = ParseFileEntry(fe);
-    if (!info.valid) return node;
-    for (uint32_t i = 0; i < 12; ++i) node->modified[i] = fe.U8(info.modifiedOffset + i);
-    if (node->isDirectory) {
-        SetDirectoryLocation(reader, node, fe, info);
-    } else {
-        node->size = fe.LE64(56);
-        CollectExtents(reader, node, fe, info);
-    }
+    ReadNodeEntry(reader, node, longAd);
     return node;
 }
 

@@ -52,6 +52,7 @@ struct Options {
     uint32_t minSectors = 0;  // pad the image to at least this size
     bool scatter = false;     // entries and directories among the file data (without a Metadata Partition)
     uint32_t dataStart = 0;   // the first partition block file data may use
+    bool dataAfterEntry = false;  // a directory's data right after its entry, before its children
 };
 
 struct Image {
@@ -238,10 +239,12 @@ private:
         uint64_t infoLength = 0;
         if (n.directory) {
             ++dirs;
+            bool early = opt.dataAfterEntry && ad != kEmbedded;
+            uint32_t reserved = early ? AllocMeta(uint32_t((DirectorySize(n) + kBlock - 1) / kBlock)) : 0;
             content = DirectoryBytes(n, path, icb, parentIcb);
             infoLength = content.size();
             if (ad != kEmbedded) {
-                uint32_t b = AllocMeta(uint32_t((content.size() + kBlock - 1) / kBlock));
+                uint32_t b = early ? reserved : AllocMeta(uint32_t((content.size() + kBlock - 1) / kBlock));
                 PatchFidLocations(content, b);
                 for (size_t off = 0; off < content.size(); off += kBlock) {
                     auto& blk = MetaBlock(b + uint32_t(off / kBlock));
@@ -294,6 +297,12 @@ private:
         Put16(d + 28, uint16_t(MetaRef()));
         std::memcpy(d + 38, id.data(), id.size());
         return f;
+    }
+
+    size_t DirectorySize(const Node& n) const {
+        size_t bytes = 40;
+        for (const Node& c : n.children) bytes += (38 + Compressed(c.name, c.force16).size() + 3) & ~size_t(3);
+        return bytes;
     }
 
     std::string DirectoryBytes(const Node& n, const std::string& path, uint32_t icb, uint32_t parentIcb) {
