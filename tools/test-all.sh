@@ -92,7 +92,11 @@ benchmarks() {
   local b
   for b in build/bench/bench/*; do
     [ -x "$b" ] && [ -f "$b" ] || continue
-    "$b" --benchmark_min_time=0.01 || return 1
+    # The 100,000-file mounts of bench_reads make 400 MB images each: run
+    # them by hand (README, Performance).
+    local filter=()
+    [ "${b##*/}" = bench_reads ] && filter=(--benchmark_filter=-.*/100000)
+    "$b" --benchmark_min_time=0.01 "${filter[@]}" || return 1
   done
   return 0
 }

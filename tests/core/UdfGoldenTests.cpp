@@ -13,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "../hostile/HostileCorpus.h"
 #include "TestPaths.h"
 #include "UdfTestSupport.h"
 #include "pages/DiscDump.h"
@@ -113,6 +114,16 @@ std::vector<std::pair<std::string, DriveFile>> Discs() {
                               Mastered{"mastered-250-metadata", Rev(0x0250, kLong, true)}}) {
         std::string path = WriteImage(Build(Sample(), m.options), std::string("golden-") + m.name);
         discs.emplace_back(m.name, ImageDrive(path));
+    }
+    // The hostile corpus too: what the bounds leave of each must not move.
+    for (const HostileDisc& disc : HostileDiscs()) {
+        DriveFile file;
+        std::string error, image = WriteImage(disc.image, "golden-" + disc.name);
+        std::string text = "title: " + disc.name + "\nletter: E\nimage: " + image + "\n" + disc.replies;
+        EXPECT_TRUE(ParseDriveFile(text, disc.name + ".drive", file, error)) << error;
+        file.sectors = disc.image.size() / 2048;
+        file.hasSectors = true;
+        discs.emplace_back("hostile " + disc.name, file);
     }
     return discs;
 }
