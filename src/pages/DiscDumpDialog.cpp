@@ -25,11 +25,12 @@ void SaveDiscImage(HWND owner) {
     const DriveEntry* entry = SelectedDrive();
     if (!entry) return;
     // The reader opens the drive letter on its own; the copy goes through
-    // the shared handle, sector by sector.
+    // the shared handle, in 64 KiB runs.
     CUdfReader reader;
     if (!reader.Mount(entry->letter)) return;
     uint32_t lowest = reader.lowestDataSector;
+    MediumEnd end = reader.medium;
     reader.Release();
     if (lowest == 0) return;
-    WriteSectors(device, DumpSectorCount(lowest, ReadMediumEnd(device)), path);
+    WriteSectors(device, DumpSectorCount(lowest, end), path);
 }

@@ -112,30 +112,34 @@ bool CUdfReader::CacheHolds(uint32_t sector, uint32_t bytes) const {
     return true;
 }
 
-uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
-    if (sector == kUdfInvalidSector || !dst) return 0;
-    if (requestLog) requestLog->emplace_back(sector, static_cast<uint32_t>((static_cast<uint64_t>(bytes) + kSector - 1) / kSector));
+// The part both reads share: the request is logged, served from the cache
+// of sectors 0-2047 when it lies there (true), and otherwise sized in whole
+// sectors (`count` 0 when no read can satisfy it).
+bool CUdfReader::FromCache(uint32_t sector, uint32_t bytes, void* dst, uint64_t& count) {
+    count = 0;
+    if (sector == kUdfInvalidSector || !dst) return false;
+    uint64_t sectors = (static_cast<uint64_t>(bytes) + kSector - 1) / kSector;
+    if (requestLog) requestLog->emplace_back(sector, static_cast<uint32_t>(sectors));
     uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
     if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
         std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);
-        return bytes;
+        return true;
     }
-    uint64_t count = (static_cast<uint64_t>(bytes) + kSector - 1) / kSector;
-    if (count == 0 || !device || static_cast<uint64_t>(sector) + count > 0x100000000ull) return 0;
-    if (!readAhead.Read(sector, static_cast<uint32_t>(count), static_cast<uint8_t*>(dst))) return 0;
+    if (sectors > 0 && device && static_cast<uint64_t>(sector) + sectors <= 0x100000000ull) count = sectors;
+    return false;
+}
+
+uint32_t CUdfReader::CachedRead(uint32_t sector, uint32_t bytes, void* dst) {
+    uint64_t count = 0;
+    if (FromCache(sector, bytes, dst, count)) return bytes;
+    if (count == 0 || !readAhead.Read(sector, static_cast<uint32_t>(count), static_cast<uint8_t*>(dst))) return 0;
     return static_cast<uint32_t>(count * kSector);
 }
 
 uint32_t CUdfReader::DirectRead(uint32_t sector, uint32_t bytes, void* dst) {
-    if (sector == kUdfInvalidSector || !dst) return 0;
-    if (requestLog) requestLog->emplace_back(sector, static_cast<uint32_t>((static_cast<uint64_t>(bytes) + kSector - 1) / kSector));
-    uint64_t end = static_cast<uint64_t>(sector) * kSector + bytes;
-    if (cache && end < cacheSize && CacheHolds(sector, bytes)) {
-        std::memcpy(dst, cache + static_cast<size_t>(sector) * kSector, bytes);
-        return bytes;
-    }
-    uint64_t count = (static_cast<uint64_t>(bytes) + kSector - 1) / kSector;
-    if (count == 0 || !device || static_cast<uint64_t>(sector) + count > 0x100000000ull) return 0;
+    uint64_t count = 0;
+    if (FromCache(sector, bytes, dst, count)) return bytes;
+    if (count == 0) return 0;
     uint8_t* out = static_cast<uint8_t*>(dst);
     // READ(10) carries a 16-bit count; longer runs go in pieces.
     for (uint64_t done = 0; done < count;) {

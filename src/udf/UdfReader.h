@@ -107,6 +107,7 @@ public:
 private:
     bool FillCache();
     bool CacheHolds(uint32_t sector, uint32_t bytes) const;
+    bool FromCache(uint32_t sector, uint32_t bytes, void* dst, uint64_t& count);
     bool RecognizeVolume();
     bool ReadVolumeDescriptors();
     bool ReadLogicalVolume(const uint8_t* lvd, uint8_t* fsdLongAd);
