@@ -3,7 +3,10 @@
 // timestamp, looks nodes up by their paths and formats the export listing.
 // The seeds in fuzz/corpus/fuzz_udf are folded volumes that mount.
 
+#include <unistd.h>
+
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -19,14 +22,27 @@ namespace {
 constexpr uint32_t kFilesRead = 256;
 constexpr uint32_t kPathsLooked = 16;
 constexpr uint32_t kAlignedRead = 0x10000;
+constexpr uint64_t kExtractedBytes = 0x40000;
 
 struct WalkState {
     CUdfReader& reader;
     std::vector<uint8_t> buffer;
     uint32_t filesRead = 0;
     uint32_t pathsLooked = 0;
+    bool extracted = false;
     uint64_t checksum = 0;  // keeps the reads from being optimised away
 };
+
+// One scratch file per process for extractions, removed at exit.
+const char* ScratchPath() {
+    static std::string path;
+    if (path.empty()) {
+        const char* dir = std::getenv("TMPDIR");
+        path = std::string(dir && *dir ? dir : "/tmp") + "/fuzz_udf-extract-" + std::to_string(getpid());
+        std::atexit([] { unlink(path.c_str()); });
+    }
+    return path.c_str();
+}
 
 std::string PathOf(const FileNode* node) {
     std::string path = NodeName(node);
@@ -46,6 +62,11 @@ void ReadFile(WalkState& state, const FileNode* node) {
     uint64_t tail = size > 100 ? size - 100 : 0;
     ReadFileData(state.reader, node, tail, state.buffer.data(), 100, got);
     state.checksum += state.buffer[0] + got;
+    // One extraction per input, of a file small enough to write quickly.
+    if (!state.extracted && size <= kExtractedBytes) {
+        state.extracted = true;
+        state.checksum += ExtractFile(state.reader, node, ScratchPath());
+    }
 }
 
 void Visit(WalkState& state, const FileNode* node) {
