@@ -6,6 +6,12 @@
 #
 #   tools/fuzz-campaign.sh MINUTES [target]     (target: fuzz_udf)
 #
+# With PLAIN=1 the run uses <target>_plain (fuzz_udf_plain: the same target
+# over a core built without AddressSanitizer and UndefinedBehaviorSanitizer,
+# several times faster), then replays the whole corpus through the sanitizer
+# build, so memory errors in what it kept are still reported; an input it
+# ran but did not keep is not replayed.
+#
 # Prints runs, runs per second (wall clock and per CPU second: the machine
 # may be shared), edges and features, corpus size and findings. With
 # COVERAGE=1 it also builds the target with clang's source coverage in
@@ -27,7 +33,9 @@ COVERAGE_DIR=${COVERAGE_DIR:-src/udf}
 
 CC=clang CXX=clang++ cmake -S . -B "$BUILD_DIR" -DVEXLON_FUZZ=ON -DVEXLON_TESTS=OFF \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$BUILD_DIR" -j"$JOBS" --target "$TARGET" >/dev/null
+runner=$TARGET
+if [ "${PLAIN:-0}" = 1 ]; then runner=${TARGET}_plain; fi
+cmake --build "$BUILD_DIR" -j"$JOBS" --target "$TARGET" "$runner" >/dev/null
 
 campaign="$BUILD_DIR/campaign"
 corpus="$campaign/$TARGET"
@@ -42,9 +50,9 @@ export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1}
 args=(-max_total_time=$((MINUTES * 60)) -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
       -artifact_prefix="$artifacts/$TARGET-")
 if [ -f "fuzz/$TARGET.dict" ]; then args+=(-dict="fuzz/$TARGET.dict"); fi
-echo "=== $TARGET: $MINUTES minutes on one core, log in $log"
+echo "=== $runner: $MINUTES minutes on one core, log in $log"
 status=0
-/usr/bin/time -f "%U %S" -o "$campaign/cpu" "$BUILD_DIR/fuzz/$TARGET" "${args[@]}" "$corpus" >"$log" 2>&1 || status=$?
+/usr/bin/time -f "%U %S" -o "$campaign/cpu" "$BUILD_DIR/fuzz/$runner" "${args[@]}" "$corpus" >"$log" 2>&1 || status=$?
 
 runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
 per_second=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -1)
@@ -60,6 +68,17 @@ echo "edges:       ${edges:-?} (features ${features:-?})"
 echo "corpus:      $(find "$corpus" -type f | wc -l) inputs, $(du -sh "$corpus" | cut -f1)"
 echo "findings:    $found new in $artifacts"
 [ "$status" -eq 0 ] || echo "the fuzzer stopped with status $status: see $log"
+
+if [ "$runner" != "$TARGET" ]; then
+  echo "=== replaying $(find "$corpus" -type f | wc -l) inputs through the sanitizer build"
+  if "$BUILD_DIR/fuzz/$TARGET" -runs=0 -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$artifacts/$TARGET-" \
+       "$corpus" >"$log.replay" 2>&1; then
+    echo "replay:      no sanitizer report"
+  else
+    echo "replay:      FAILED, see $log.replay"
+    status=1
+  fi
+fi
 
 if [ "${COVERAGE:-0}" = 1 ]; then
   cov_build="$BUILD_DIR-cov"

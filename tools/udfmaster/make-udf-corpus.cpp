@@ -9,6 +9,10 @@
 // first sectors, and moves the Main Volume Descriptor Sequence behind them
 // (the anchor and the Partition Descriptor are patched and re-tagged), so
 // a volume recorded anywhere folds as long as its partition is one piece.
+// Our own volumes first close the gap the mastering tool leaves between
+// metadata and file data, and keep only the descriptors the reader takes
+// from the sequence; other writers' images keep their whole sequence and
+// the first sectors of their partition.
 
 #include <dirent.h>
 #include <sys/stat.h>
