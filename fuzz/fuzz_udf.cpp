@@ -1,6 +1,7 @@
 // Mounts a folded disc (see FoldedDisc.h), walks the whole tree, reads file
-// data through the aligned and the unaligned paths, converts every
-// timestamp, looks nodes up by their paths and formats the export listing.
+// data through the aligned and the unaligned paths, extracts one small
+// file, converts every timestamp, looks nodes up by their paths and formats
+// the export listing.
 // The seeds in fuzz/corpus/fuzz_udf are folded volumes that mount.
 
 #include <unistd.h>
