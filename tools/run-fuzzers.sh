@@ -46,9 +46,11 @@ for target in "${TARGETS[@]}"; do
   args=(-max_total_time="$SECONDS_PER_TARGET" -timeout=10 -rss_limit_mb=2048
         -print_final_stats=1 -artifact_prefix="$artifacts/$target-")
   if [ -f "fuzz/$target.dict" ]; then args+=(-dict="fuzz/$target.dict"); fi
-  echo "=== $target: ${SECONDS_PER_TARGET}s"
-  if "$BUILD_DIR/fuzz/$target" "${args[@]}" "$corpus"; then
-    echo "=== $target: no crash ($(find "$corpus" -type f | wc -l) inputs in the corpus)"
+  echo "=== $target: ${SECONDS_PER_TARGET}s from $(find "$corpus" -type f | wc -l) seeds"
+  if "$BUILD_DIR/fuzz/$target" "${args[@]}" "$corpus" 2>&1 | tee "$work/$target.log"; then
+    # The last status line holds the edges reached and the runs per second.
+    done_line=$(grep -E '^#[0-9]+[[:space:]]+DONE' "$work/$target.log" | tail -1 || true)
+    echo "=== $target: no crash ($(find "$corpus" -type f | wc -l) inputs in the corpus) ${done_line#*DONE}"
   else
     echo "=== $target: FAILED, see $artifacts/"
     failed+=("$target")
