@@ -40,16 +40,27 @@ std::string Trim(const std::string& s) {
     return s.substr(b, e - b + 1);
 }
 
-bool ParseHex(const std::string& s, size_t maxDigits, uint32_t& value) {
-    if (s.empty() || s.size() > maxDigits) return false;
+int HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Hex digits [begin, end) of `s`, at most `maxDigits` of them, as a number.
+bool ParseHexAt(const std::string& s, size_t begin, size_t end, size_t maxDigits, uint32_t& value) {
+    if (end <= begin || end - begin > maxDigits) return false;
     value = 0;
-    for (char c : s) {
-        if (!std::isxdigit(static_cast<unsigned char>(c))) return false;
-        value = value * 16 + static_cast<uint32_t>(std::isdigit(static_cast<unsigned char>(c))
-                                                       ? c - '0'
-                                                       : std::toupper(static_cast<unsigned char>(c)) - 'A' + 10);
+    for (size_t i = begin; i < end; ++i) {
+        int digit = HexDigit(s[i]);
+        if (digit < 0) return false;
+        value = value * 16 + static_cast<uint32_t>(digit);
     }
     return true;
+}
+
+bool ParseHex(const std::string& s, size_t maxDigits, uint32_t& value) {
+    return ParseHexAt(s, 0, s.size(), maxDigits, value);
 }
 
 bool ParseDecimal(const std::string& s, uint64_t maxValue, uint64_t& value) {
@@ -81,13 +92,6 @@ std::string StripComment(const std::string& line) {
 // read with.
 bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 // The extent [begin, end) of the next word of `s` from `at` on, in place.
 bool NextWordAt(const std::string& s, size_t& at, size_t& begin) {
     while (at < s.size() && IsSpace(s[at])) ++at;
@@ -95,18 +99,6 @@ bool NextWordAt(const std::string& s, size_t& at, size_t& begin) {
     begin = at;
     while (at < s.size() && !IsSpace(s[at])) ++at;
     return true;
-}
-
-// A word of one or two hex digits as a byte, or -1.
-int HexByte(const std::string& s, size_t begin, size_t end) {
-    if (end - begin > 2) return -1;
-    int value = 0;
-    for (size_t i = begin; i < end; ++i) {
-        int digit = HexDigit(s[i]);
-        if (digit < 0) return -1;
-        value = value * 16 + digit;
-    }
-    return value;
 }
 
 // The next white-space separated word of `s` from `at` on. Lines are walked
@@ -279,7 +271,8 @@ private:
         if (blockCount >= kMaxReplyBlocks)
             return Fail("more than " + std::to_string(kMaxReplyBlocks) + " reply blocks");
         if (opcodeBlocks[opcode] >= kMaxBlocksPerOpcode)
-            return Fail("more than " + std::to_string(kMaxBlocksPerOpcode) + " reply blocks for opcode " + Hex2(opcode));
+            return Fail("more than " + std::to_string(kMaxBlocksPerOpcode) + " reply blocks for opcode " +
+                        Hex2(opcode));
         ReplyBlock block;
         block.opcode = static_cast<uint8_t>(opcode);
         block.line = lineNumber;
@@ -333,14 +326,17 @@ private:
         if (current.opcode == 0x1B) return Fail("START STOP UNIT carries no data, only a status line");
         // Every word is checked and counted, in place, before a byte is kept.
         size_t at = 0, begin = 0, count = 0;
+        uint32_t byte = 0;
         while (NextWordAt(line, at, begin)) {
-            if (HexByte(line, begin, at) < 0) return Fail(Quoted(line.substr(begin, at - begin)) + " is not a hex byte");
+            if (!ParseHexAt(line, begin, at, 2, byte))
+                return Fail(Quoted(line.substr(begin, at - begin)) + " is not a hex byte");
             ++count;
         }
         if (current.data.size() + count > kMaxBlockBytes) return Fail("reply block longer than 1 MiB");
         if (replyBytes + count > kMaxReplyBytes) return Fail("reply blocks hold more than 4 MiB in all");
         replyBytes += count;
-        for (at = 0; NextWordAt(line, at, begin);) current.data.push_back(static_cast<uint8_t>(HexByte(line, begin, at)));
+        for (at = 0; NextWordAt(line, at, begin) && ParseHexAt(line, begin, at, 2, byte);)
+            current.data.push_back(static_cast<uint8_t>(byte));
         return true;
     }
 

@@ -102,7 +102,8 @@ void CMmcTarget::IndexBlocks() {
     uint32_t next[256];
     std::memcpy(next, opcodeStart, sizeof next);
     blockOrder.resize(drive.blocks.size());
-    for (size_t i = 0; i < drive.blocks.size(); ++i) blockOrder[next[drive.blocks[i].opcode]++] = static_cast<uint32_t>(i);
+    for (size_t i = 0; i < drive.blocks.size(); ++i)
+        blockOrder[next[drive.blocks[i].opcode]++] = static_cast<uint32_t>(i);
 }
 
 const ReplyBlock* CMmcTarget::Match(const uint8_t* cdb, bool& opcodeKnown) {
