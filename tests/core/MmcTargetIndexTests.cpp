@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -134,12 +135,12 @@ Answer Ask(CMmcTarget& target, const Probe& p) {
     MmcReply r = target.Execute(p.cdb.data(), static_cast<uint8_t>(p.cdb.size()), p.direction,
                                 p.length ? buffer.data() : nullptr, p.length);
     Answer a;
-    a.bytes.reserve(6 + sizeof r.sense + buffer.size());
-    for (uint32_t v : {uint32_t{r.status}, r.transferred >> 24, r.transferred >> 16, r.transferred >> 8,
-                       r.transferred, r.senseLength})
-        a.bytes.push_back(static_cast<uint8_t>(v));
-    for (uint8_t b : r.sense) a.bytes.push_back(b);
-    for (uint8_t b : buffer) a.bytes.push_back(b);
+    a.bytes.resize(12 + sizeof r.sense + buffer.size());
+    a.bytes[0] = r.status;
+    std::memcpy(&a.bytes[4], &r.transferred, 4);
+    std::memcpy(&a.bytes[8], &r.senseLength, 4);
+    std::memcpy(&a.bytes[12], r.sense, sizeof r.sense);
+    std::memcpy(&a.bytes[12 + sizeof r.sense], buffer.data(), buffer.size());
     return a;
 }
 
