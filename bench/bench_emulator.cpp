@@ -27,9 +27,10 @@ const char* const kDrives[] = {
 std::unique_ptr<CMmcTarget> LoadTarget(const std::string& file, std::string& error) {
     DriveFile drive;
     if (!LoadDriveFile(std::string(VEXLON_SHARED_DIR) + "/drives/" + file, drive, error)) return nullptr;
-    std::vector<DriveFile> one{drive};
+    std::vector<DriveFile> one;
+    one.push_back(std::move(drive));
     ApplyLoadOrderDefaults(one);
-    return std::make_unique<CMmcTarget>(one[0]);
+    return std::make_unique<CMmcTarget>(std::move(one[0]));
 }
 
 void ReportCounters(benchmark::State& state, const CMmcTarget& target, uint64_t commandsBefore) {

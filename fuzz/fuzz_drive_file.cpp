@@ -97,12 +97,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             drive.hasSectors = true;
         }
     }
-    std::vector<DriveFile> one{drive};
+    uint64_t last = drive.sectors ? drive.sectors - 1 : 0;
+    std::vector<DriveFile> one;
+    one.push_back(std::move(drive));
     ApplyLoadOrderDefaults(one);
     if (one[0].path.empty() || !one[0].hasDeviceNumber) __builtin_trap();
-    CMmcTarget target(one[0]);
+    CMmcTarget target(std::move(one[0]));
 
-    uint64_t last = drive.sectors ? drive.sectors - 1 : 0;
     const Command commands[] = {
         {{0x12, 0, 0, 0, 0x60, 0}, DataIn, 96},
         {{0x12, 1, 0x80, 0, 0xFF, 0}, DataIn, 255},

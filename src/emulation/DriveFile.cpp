@@ -4,8 +4,8 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
-#include <sstream>
 
 #include "device/TidyCopy.h"
 
@@ -40,16 +40,27 @@ std::string Trim(const std::string& s) {
     return s.substr(b, e - b + 1);
 }
 
-bool ParseHex(const std::string& s, size_t maxDigits, uint32_t& value) {
-    if (s.empty() || s.size() > maxDigits) return false;
+int HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Hex digits [begin, end) of `s`, at most `maxDigits` of them, as a number.
+bool ParseHexAt(const std::string& s, size_t begin, size_t end, size_t maxDigits, uint32_t& value) {
+    if (end <= begin || end - begin > maxDigits) return false;
     value = 0;
-    for (char c : s) {
-        if (!std::isxdigit(static_cast<unsigned char>(c))) return false;
-        value = value * 16 + static_cast<uint32_t>(std::isdigit(static_cast<unsigned char>(c))
-                                                       ? c - '0'
-                                                       : std::toupper(static_cast<unsigned char>(c)) - 'A' + 10);
+    for (size_t i = begin; i < end; ++i) {
+        int digit = HexDigit(s[i]);
+        if (digit < 0) return false;
+        value = value * 16 + static_cast<uint32_t>(digit);
     }
     return true;
+}
+
+bool ParseHex(const std::string& s, size_t maxDigits, uint32_t& value) {
+    return ParseHexAt(s, 0, s.size(), maxDigits, value);
 }
 
 bool ParseDecimal(const std::string& s, uint64_t maxValue, uint64_t& value) {
@@ -77,21 +88,55 @@ std::string StripComment(const std::string& line) {
     return line;
 }
 
-std::vector<std::string> Words(const std::string& s) {
+// White space as the classic locale knows it, which the format was first
+// read with.
+bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// The extent [begin, end) of the next word of `s` from `at` on, in place.
+bool NextWordAt(const std::string& s, size_t& at, size_t& begin) {
+    while (at < s.size() && IsSpace(s[at])) ++at;
+    if (at >= s.size()) return false;
+    begin = at;
+    while (at < s.size() && !IsSpace(s[at])) ++at;
+    return true;
+}
+
+// The next white-space separated word of `s` from `at` on. Lines are walked
+// word by word: a line is never cut into a list of all its words first.
+bool NextWord(const std::string& s, size_t& at, std::string& word) {
+    size_t begin = 0;
+    if (!NextWordAt(s, at, begin)) return false;
+    word.assign(s, begin, at - begin);
+    return true;
+}
+
+// The words of `s`, but no more than `most` + 1 of them: enough for the
+// caller to tell that there are too many.
+std::vector<std::string> Words(const std::string& s, size_t most) {
     std::vector<std::string> words;
-    std::istringstream in(s);
+    size_t at = 0;
     std::string w;
-    while (in >> w) words.push_back(w);
+    while (words.size() <= most && NextWord(s, at, w)) words.push_back(w);
     return words;
 }
 
 bool AllHexBytes(const std::string& line) {
-    std::vector<std::string> words = Words(line);
-    if (words.empty()) return false;
+    size_t at = 0;
+    std::string w;
     uint32_t byte = 0;
-    for (const std::string& w : words)
+    bool any = false;
+    while (NextWord(line, at, w)) {
         if (!ParseHex(w, 2, byte)) return false;
-    return true;
+        any = true;
+    }
+    return any;
+}
+
+// A word as an error message quotes it: a long one is cut, so that a line
+// of one 100 KiB word does not become a 100 KiB message.
+std::string Quoted(const std::string& word) {
+    const size_t kShown = 32;
+    return "'" + (word.size() > kShown ? word.substr(0, kShown) + "..." : word) + "'";
 }
 
 // The name of a line that reads like 'name: value', or empty. Data lines
@@ -128,6 +173,11 @@ public:
     }
 
     bool Finish() { return CloseBlock(); }
+
+    bool FailAt(int number, const std::string& what) {
+        lineNumber = number;
+        return Fail(what);
+    }
 
 private:
     bool Fail(const std::string& what) {
@@ -183,7 +233,7 @@ private:
     }
 
     bool Address(const std::string& value) {
-        std::vector<std::string> w = Words(value);
+        std::vector<std::string> w = Words(value, 4);
         if (w.size() != 4) return Fail("address needs four numbers: PortNumber PathId TargetId Lun");
         for (size_t i = 0; i < 4; ++i) {
             uint64_t n = 0;
@@ -194,7 +244,9 @@ private:
     }
 
     bool Timing(const std::string& value) {
-        for (const std::string& w : Words(value)) {
+        size_t at = 0;
+        std::string w;
+        while (NextWord(value, at, w)) {
             size_t eq = w.find('=');
             double v = 0;
             if (eq == std::string::npos || !ParseNumber(w.substr(eq + 1), v))
@@ -211,26 +263,37 @@ private:
     bool StartBlock(const std::string& rest) {
         if (!CloseBlock()) return false;
         inBlocks = true;
-        std::vector<std::string> w = Words(rest);
+        size_t at = 0;
+        std::string w;
         uint32_t opcode = 0;
-        if (w.empty() || w[0].size() != 2 || !ParseHex(w[0], 2, opcode))
+        if (!NextWord(rest, at, w) || w.size() != 2 || !ParseHex(w, 2, opcode))
             return Fail("a reply block starts with '> OPCODE' (two hex digits)");
+        if (blockCount >= kMaxReplyBlocks)
+            return Fail("more than " + std::to_string(kMaxReplyBlocks) + " reply blocks");
+        if (opcodeBlocks[opcode] >= kMaxBlocksPerOpcode)
+            return Fail("more than " + std::to_string(kMaxBlocksPerOpcode) + " reply blocks for opcode " +
+                        Hex2(opcode));
         ReplyBlock block;
         block.opcode = static_cast<uint8_t>(opcode);
         block.line = lineNumber;
-        for (size_t i = 1; i < w.size(); ++i)
-            if (!Field(block, w[i])) return false;
-        current = block;
+        while (NextWord(rest, at, w))
+            if (!Field(block, w)) return false;
+        ++blockCount;
+        ++opcodeBlocks[opcode];
+        current = std::move(block);
         open = true;
         return true;
     }
 
     bool Field(ReplyBlock& block, const std::string& word) {
         size_t eq = word.find('=');
-        if (eq == std::string::npos) return Fail("expected field=value, got '" + word + "'");
+        if (eq == std::string::npos) return Fail("expected field=value, got " + Quoted(word));
         std::string name = word.substr(0, eq);
         const FieldSpec* spec = FindField(block.opcode, name);
-        if (!spec) return Fail("opcode " + Hex2(block.opcode) + " has no selecting field '" + name + "'");
+        if (!spec) return Fail("opcode " + Hex2(block.opcode) + " has no selecting field " + Quoted(name));
+        // Each field once: a block line cannot pile up copies of one.
+        for (const auto& field : block.fields)
+            if (field.first == name) return Fail("field '" + name + "' is named twice");
         uint32_t value = 0;
         if (!ParseHex(word.substr(eq + 1), 8, value) || value > spec->maxValue)
             return Fail("field '" + name + "' needs a hex value of at most " + HexN(spec->maxValue));
@@ -241,7 +304,7 @@ private:
     bool StatusLine(const std::string& rest) {
         if (!open) return Fail("a status line needs a reply block before it");
         if (current.isStatus || !current.data.empty()) return Fail("a reply block holds either data or one status line");
-        std::vector<std::string> w = Words(rest);
+        std::vector<std::string> w = Words(rest, 3);
         uint32_t sk = 0, asc = 0, ascq = 0;
         if (w.size() != 3 || !ParseHex(w[0], 1, sk) || !ParseHex(w[1], 2, asc) || !ParseHex(w[2], 2, ascq))
             return Fail("a status line is '! SK ASC ASCQ' in hex");
@@ -261,12 +324,19 @@ private:
         if (current.opcode == 0x28) return Fail("READ(10) data comes from the image, not from a block");
         // Only a status makes sense for it: a drive that refuses to load or eject.
         if (current.opcode == 0x1B) return Fail("START STOP UNIT carries no data, only a status line");
-        for (const std::string& w : Words(line)) {
-            uint32_t byte = 0;
-            if (!ParseHex(w, 2, byte)) return Fail("'" + w + "' is not a hex byte");
-            if (current.data.size() >= kMaxBlockBytes) return Fail("reply block longer than 1 MiB");
-            current.data.push_back(static_cast<uint8_t>(byte));
+        // Every word is checked and counted, in place, before a byte is kept.
+        size_t at = 0, begin = 0, count = 0;
+        uint32_t byte = 0;
+        while (NextWordAt(line, at, begin)) {
+            if (!ParseHexAt(line, begin, at, 2, byte))
+                return Fail(Quoted(line.substr(begin, at - begin)) + " is not a hex byte");
+            ++count;
         }
+        if (current.data.size() + count > kMaxBlockBytes) return Fail("reply block longer than 1 MiB");
+        if (replyBytes + count > kMaxReplyBytes) return Fail("reply blocks hold more than 4 MiB in all");
+        replyBytes += count;
+        for (at = 0; NextWordAt(line, at, begin) && ParseHexAt(line, begin, at, 2, byte);)
+            current.data.push_back(static_cast<uint8_t>(byte));
         return true;
     }
 
@@ -277,6 +347,8 @@ private:
             lineNumber = current.line;
             return Fail("reply block for opcode " + Hex2(current.opcode) + " has neither data nor status");
         }
+        // Blocks grow a line at a time; held for good, they keep only their bytes.
+        current.data.shrink_to_fit();
         out.blocks.push_back(std::move(current));
         current = ReplyBlock();
         return true;
@@ -300,7 +372,65 @@ private:
     bool inBlocks = false;
     bool open = false;
     ReplyBlock current;
+    size_t blockCount = 0;
+    size_t opcodeBlocks[256] = {};
+    size_t replyBytes = 0;
 };
+
+// Cuts text into lines as it arrives, in pieces of any size, and hands each
+// to the parser. A line longer than kMaxLineBytes is refused as soon as the
+// reader has that much of it, without reading the rest.
+class LineReader {
+public:
+    explicit LineReader(Parser& p) : parser(p) {}
+
+    bool Feed(const char* data, size_t size) {
+        while (size > 0) {
+            const char* end = static_cast<const char*>(std::memchr(data, '\n', size));
+            size_t part = end ? static_cast<size_t>(end - data) : size;
+            if (pending.size() + part > kMaxLineBytes)
+                return parser.FailAt(number + 1, "line longer than 128 KiB");
+            pending.append(data, part);
+            if (!end) return true;
+            if (!parser.Line(pending, ++number)) return false;
+            pending.clear();
+            data = end + 1;
+            size -= part + 1;
+        }
+        return true;
+    }
+
+    // The last line, which no end of line closes (empty after a final one).
+    bool End() { return parser.Line(pending, ++number) && parser.Finish(); }
+
+    // The line being read.
+    int Number() const { return number + 1; }
+
+private:
+    Parser& parser;
+    std::string pending;
+    int number = 0;
+};
+
+void DefaultTitle(DriveFile& out, const std::string& fileName) {
+    if (!out.title.empty()) return;
+    size_t slash = fileName.find_last_of("/\\");
+    out.title = slash == std::string::npos ? fileName : fileName.substr(slash + 1);
+}
+
+// The file's size when the stream can tell it (a pipe cannot), and whether
+// it can be read at all: a folder opens like a file on some systems.
+bool SizeAndReadable(std::ifstream& in, std::streamoff& size) {
+    in.seekg(0, std::ios::end);
+    size = in.fail() ? -1 : static_cast<std::streamoff>(in.tellg());
+    in.clear();
+    in.seekg(0);
+    in.clear();
+    in.peek();
+    bool readable = !in.bad();
+    in.clear();
+    return readable;
+}
 
 }  // namespace
 
@@ -313,39 +443,57 @@ bool ParseDriveFile(const std::string& text, const std::string& fileName, DriveF
         return false;
     }
     Parser parser(fileName, out, error);
-    size_t start = 0;
-    int number = 0;
-    while (start <= text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        ++number;
-        if (!parser.Line(text.substr(start, end - start), number)) return false;
-        start = end + 1;
-    }
-    if (!parser.Finish()) return false;
-    if (out.title.empty()) {
-        size_t slash = fileName.find_last_of("/\\");
-        out.title = slash == std::string::npos ? fileName : fileName.substr(slash + 1);
-    }
+    LineReader lines(parser);
+    if (!lines.Feed(text.data(), text.size()) || !lines.End()) return false;
+    DefaultTitle(out, fileName);
     return true;
 }
 
-bool LoadDriveFile(const std::string& fileName, DriveFile& out, std::string& error) {
+namespace {
+
+// Reads the file in pieces straight into the line reader: only one line of
+// it is held at a time.
+bool ReadDriveFile(const std::string& fileName, DriveFile& out, std::string& error) {
+    out = DriveFile();
+    out.fileName = fileName;
     std::ifstream in(fileName, std::ios::binary);
     if (!in) {
         error = fileName + ": cannot open the drive file";
         return false;
     }
-    std::string text;
-    char chunk[65536];
-    while (in.read(chunk, sizeof chunk) || in.gcount() > 0) {
-        text.append(chunk, static_cast<size_t>(in.gcount()));
-        if (text.size() > kMaxDriveFileBytes) {
-            error = fileName + ": drive file larger than 16 MiB";
-            return false;
-        }
+    std::streamoff size = -1;
+    if (!SizeAndReadable(in, size)) {
+        error = fileName + ": cannot read the drive file";
+        return false;
     }
-    if (!ParseDriveFile(text, fileName, out, error)) return false;
+    if (size > static_cast<std::streamoff>(kMaxDriveFileBytes)) {
+        error = fileName + ": drive file larger than 16 MiB";
+        return false;
+    }
+    Parser parser(fileName, out, error);
+    LineReader lines(parser);
+    std::vector<char> chunk(65536);
+    size_t total = 0;
+    while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0) {
+        size_t got = static_cast<size_t>(in.gcount());
+        // A file that grows while it is read, or a pipe, ends here.
+        total += got;
+        if (total > kMaxDriveFileBytes) return parser.FailAt(lines.Number(), "drive file larger than 16 MiB");
+        if (!lines.Feed(chunk.data(), got)) return false;
+    }
+    if (in.bad()) {
+        error = fileName + ": cannot read the drive file";
+        return false;
+    }
+    if (!lines.End()) return false;
+    DefaultTitle(out, fileName);
+    return true;
+}
+
+}  // namespace
+
+bool LoadDriveFile(const std::string& fileName, DriveFile& out, std::string& error) {
+    if (!ReadDriveFile(fileName, out, error)) return false;
     if (!out.imagePath.empty()) {
         std::ifstream image(out.imagePath, std::ios::binary | std::ios::ate);
         if (!image) {

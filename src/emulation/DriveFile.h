@@ -42,8 +42,29 @@ struct DriveFile {
     bool HasMedium() const { return hasSectors || !imagePath.empty(); }
 };
 
+// Limits on what a drive file may make the loader hold. Captures from real
+// drives are a few KiB of text with a dozen blocks; each limit sits far above
+// that and keeps a hostile file to a few tens of MiB and a command's match to
+// a short scan.
+
+// The whole file is read line by line, so this bounds the reading time.
 constexpr size_t kMaxDriveFileBytes = 16u << 20;
+// The longest device path Windows allows (32,767 characters, at most 3 bytes
+// each in UTF-8) fits, as does a 32 KiB reply written on one line; checked
+// while the line is read, so a longer one is never held whole.
+constexpr size_t kMaxLineBytes = 128u << 10;
+// More than any command can ask for: allocation lengths stop at 64 KiB.
 constexpr size_t kMaxBlockBytes = 1u << 20;
+// Commands are matched against the blocks of their opcode only; this keeps
+// that scan short. Every track of a CD in every TOC format and address form,
+// or every structure format of every layer, stays well below.
+constexpr size_t kMaxBlocksPerOpcode = 4096;
+// A block costs about a hundred bytes besides its data: this many keep the
+// table of a hostile file of tiny blocks near 32 MiB.
+constexpr size_t kMaxReplyBlocks = 1u << 18;
+// The data of every block together: a drive's feature list, mode pages,
+// disc structures and the rest come to a few hundred KiB at most.
+constexpr size_t kMaxReplyBytes = 4u << 20;
 
 // Parses drive-file text; `fileName` names it in errors and anchors `image`.
 bool ParseDriveFile(const std::string& text, const std::string& fileName, DriveFile& out,

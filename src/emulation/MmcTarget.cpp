@@ -90,13 +90,27 @@ MmcReply CheckCondition(uint8_t senseKey, uint8_t asc, uint8_t ascq) {
 CMmcTarget::CMmcTarget(DriveFile file) : drive(std::move(file)) {
     if (!drive.imagePath.empty()) image.open(drive.imagePath, std::ios::binary);
     transcript.reserve(64);
+    IndexBlocks();
 }
 
-const ReplyBlock* CMmcTarget::Match(const uint8_t* cdb, bool& opcodeKnown) const {
-    opcodeKnown = false;
-    for (const ReplyBlock& block : drive.blocks) {
-        if (block.opcode != cdb[0]) continue;
-        opcodeKnown = true;
+// A stable counting sort of the block numbers by opcode: the first block in
+// the file still comes first among its opcode's.
+void CMmcTarget::IndexBlocks() {
+    uint32_t count[256] = {};
+    for (const ReplyBlock& block : drive.blocks) ++count[block.opcode];
+    for (size_t op = 0; op < 256; ++op) opcodeStart[op + 1] = opcodeStart[op] + count[op];
+    uint32_t next[256];
+    std::memcpy(next, opcodeStart, sizeof next);
+    blockOrder.resize(drive.blocks.size());
+    for (size_t i = 0; i < drive.blocks.size(); ++i)
+        blockOrder[next[drive.blocks[i].opcode]++] = static_cast<uint32_t>(i);
+}
+
+const ReplyBlock* CMmcTarget::Match(const uint8_t* cdb, bool& opcodeKnown) {
+    opcodeKnown = opcodeStart[cdb[0] + 1] > opcodeStart[cdb[0]];
+    for (uint32_t i = opcodeStart[cdb[0]]; i < opcodeStart[cdb[0] + 1]; ++i) {
+        const ReplyBlock& block = drive.blocks[blockOrder[i]];
+        ++blocksExamined;
         bool all = true;
         for (const auto& field : block.fields) {
             uint32_t value = 0;

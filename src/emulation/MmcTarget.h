@@ -44,11 +44,14 @@ public:
     void ClearTranscript() { transcript.clear(); }
     double ClockMs() const { return clockMs; }
     bool TrayOpen() const { return trayOpen; }
+    // Reply blocks looked at so far: a command looks at its opcode's only.
+    uint64_t BlocksExamined() const { return blocksExamined; }
 
     static constexpr size_t kTranscriptCap = 1u << 20;
 
 private:
-    const ReplyBlock* Match(const uint8_t* cdb, bool& opcodeKnown) const;
+    void IndexBlocks();
+    const ReplyBlock* Match(const uint8_t* cdb, bool& opcodeKnown);
     MmcReply Reply(const uint8_t* cdb, DataDirection direction, uint8_t* data, uint32_t length);
     MmcReply ReadTen(const uint8_t* cdb, uint8_t* data, uint32_t length);
     MmcReply Configuration(const uint8_t* cdb, const ReplyBlock& block, uint8_t* data, uint32_t length);
@@ -56,6 +59,11 @@ private:
     double TransferMs(uint32_t bytes) const;
 
     DriveFile drive;
+    // The blocks of opcode n, in file order, are drive.blocks[blockOrder[i]]
+    // for i from opcodeStart[n] up to opcodeStart[n + 1].
+    std::vector<uint32_t> blockOrder;
+    uint32_t opcodeStart[257] = {};
+    uint64_t blocksExamined = 0;
     std::ifstream image;
     bool trayOpen = false;
     uint64_t nextLba = UINT64_MAX;

@@ -32,7 +32,7 @@ int RunOnDriveFile(const std::string& fileName, const std::string& command, cons
     DriveFile file;
     std::string error;
     if (!LoadDriveFile(fileName, file, error)) return Fail(error);
-    std::vector<DriveFile> one{file};
+    std::vector<DriveFile> one; one.push_back(std::move(file));
     ApplyLoadOrderDefaults(one);
     CMmcTarget target(one[0]);
     CEmulatedDevice device(target);

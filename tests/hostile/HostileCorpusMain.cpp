@@ -10,5 +10,6 @@ int main(int argc, char** argv) {
         return 2;
     }
     WriteHostileDiscs(argv[1]);
+    WriteHostileDriveFiles(argv[1]);
     return 0;
 }
