@@ -23,11 +23,30 @@ div.footer { width: 90%; margin: 0 auto; text-align: right; color: #808080; }
 </style>
 <script type="text/javascript">
 function Marker(id) { return document.getElementById('i' + id); }
+/* The links are made with DOM calls rather than written as markup, so this
+   script holds no markup characters that an XSL processor could escape. */
+function Link(id) {
+	var link = document.createElement('a');
+	link.href = '#';
+	link.onclick = function () { Toggle(id); return false; };
+	return link;
+}
 function Title(id, caption) {
-	var mark = (typeof IsPrinterFriendly == 'undefined') ? '+' : '-';
-	var open = '&lt;a href="#" onclick="Toggle(\'' + id + '\'); return false;"&gt;';
-	document.write(open + '&lt;span class="marker" id="i' + id + '"&gt;' + mark + '&lt;/span&gt;&lt;/a&gt; ');
-	document.write(open + caption + '&lt;/a&gt;');
+	/* While the page loads, the last script so far is the one running: the
+	   links go after it, where its caller stands. */
+	var scripts = document.getElementsByTagName('script');
+	var here = scripts[scripts.length - 1].parentNode;
+	var mark = document.createElement('span');
+	mark.className = 'marker';
+	mark.id = 'i' + id;
+	mark.innerText = (typeof IsPrinterFriendly == 'undefined') ? '+' : '-';
+	var marked = Link(id);
+	marked.appendChild(mark);
+	here.appendChild(marked);
+	here.appendChild(document.createTextNode(' '));
+	var named = Link(id);
+	named.innerText = caption;
+	here.appendChild(named);
 }
 function CheckHide(id) {
 	if (typeof IsPrinterFriendly == 'undefined') {
@@ -41,7 +60,7 @@ function Toggle(id) {
 	var hidden = e.style.display != 'none';
 	e.style.display = hidden ? 'none' : '';
 	var m = Marker(id);
-	if (m) m.innerHTML = hidden ? '+' : '-';
+	if (m) m.innerText = hidden ? '+' : '-';
 }
 </script>
 </head>

@@ -17,6 +17,12 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     char transcript[MAX_PATH];
     DWORD n = GetEnvironmentVariableA("VEXLON_TRANSCRIPT", transcript, sizeof transcript);
     if (n > 0 && n < sizeof transcript) seam.OpenTranscript(transcript);
+    // VEXLON_THEME=on or off shows the pages as under a visual style or
+    // without one, whatever the system says (Wine usually has none).
+    char theme[8];
+    n = GetEnvironmentVariableA("VEXLON_THEME", theme, sizeof theme);
+    if (n > 0 && n < sizeof theme && lstrcmpiA(theme, "on") == 0) seam.themeActive = true;
+    if (n > 0 && n < sizeof theme && lstrcmpiA(theme, "off") == 0) seam.themeActive = false;
     SetOs(&seam);
     if (!errors.empty()) {
         std::string text = "Some emulated drives could not be loaded:\n";

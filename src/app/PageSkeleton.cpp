@@ -1,9 +1,9 @@
 #include "app/PageSkeleton.h"
 
 #include <commctrl.h>
-#include <uxtheme.h>
 
 #include "app/AppState.h"
+#include "device/OsSeam.h"
 
 namespace {
 
@@ -40,13 +40,15 @@ const wchar_t* TemplateCaption(const DLGTEMPLATE* dialogTemplate) {
     return reinterpret_cast<const wchar_t*>(reinterpret_cast<const BYTE*>(dialogTemplate) + 30);
 }
 
+HBRUSH PageBrush() { return Os().IsThemeActive() ? GetSysColorBrush(COLOR_BTNHIGHLIGHT) : nullptr; }
+
 bool PageSkeleton(HWND page, UINT message, WPARAM wParam, LPARAM, PageFill fill, INT_PTR& result) {
     switch (message) {
     case WM_CTLCOLORLISTBOX:
     case WM_CTLCOLORBTN:
     case WM_CTLCOLORDLG:
     case WM_CTLCOLORSTATIC:
-        result = IsThemeActive() ? reinterpret_cast<INT_PTR>(GetSysColorBrush(COLOR_BTNHIGHLIGHT)) : 0;
+        result = reinterpret_cast<INT_PTR>(PageBrush());
         return true;
     case WM_INITDIALOG:
     case WM_APP_REFRESH:
@@ -74,8 +76,9 @@ void DrawLabel(const DRAWITEMSTRUCT& item) {
     LONG_PTR state = GetWindowLongPtrW(item.hwndItem, GWLP_USERDATA);
     SelectObject(item.hDC, App().boldFont);
     SetTextColor(item.hDC, LabelColour(state));
-    wchar_t text[48];
-    GetWindowTextW(item.hwndItem, text, 48);
+    // 48 characters and the terminator: a longer caption is cut at 48.
+    wchar_t text[kLabelCharacters + 1];
+    GetWindowTextW(item.hwndItem, text, kLabelCharacters + 1);
     RECT rect = item.rcItem;
     DrawTextW(item.hDC, text, -1, &rect, DT_SINGLELINE);
 }

@@ -13,12 +13,20 @@ const wchar_t* TemplateCaption(const DLGTEMPLATE* dialogTemplate);
 
 using PageFill = void (*)(HWND page);
 
+// The pages' answer to the colour messages of their dialog, statics, buttons
+// and list boxes: the light body colour of themed tabs while a visual style
+// is active, otherwise null (the dialog manager's defaults).
+HBRUSH PageBrush();
+
 // The common page procedure. Returns true when it handled `message`, with
 // the dialog result in `result`.
 bool PageSkeleton(HWND page, UINT message, WPARAM wParam, LPARAM lParam, PageFill fill, INT_PTR& result);
 
 // Every Button child's label state back to 2 (undetermined).
 void ResetLabels(HWND page);
+
+// The most characters of its caption a label draws.
+constexpr int kLabelCharacters = 48;
 
 // Draws an owner-drawn label in the colour of its state.
 void DrawLabel(const DRAWITEMSTRUCT& item);

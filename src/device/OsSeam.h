@@ -1,5 +1,6 @@
 #pragma once
-// Every operating-system call of the device layer goes through one COsSeam.
+// Every operating-system call of the device layer, and the theme question of
+// the pages, goes through one COsSeam.
 // The product uses the real Windows calls; the demo build and the Windows
 // tests install the emulated seam, which answers the same calls and IOCTLs
 // from emulated drives, so the real request-block and enumeration code runs
@@ -31,6 +32,8 @@ public:
     virtual BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set) = 0;
     virtual DWORD GetLogicalDrives() = 0;
     virtual DWORD QueryDosDeviceA(LPCSTR name, LPSTR target, DWORD size) = 0;
+    // Whether a visual style is in force; the pages choose their colours by it.
+    virtual BOOL IsThemeActive() = 0;
 
 protected:
     ~COsSeam() = default;

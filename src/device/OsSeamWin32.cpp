@@ -2,6 +2,8 @@
 
 #include "device/OsSeam.h"
 
+#include <uxtheme.h>
+
 namespace {
 
 class CWin32Seam final : public COsSeam {
@@ -42,6 +44,7 @@ public:
     DWORD QueryDosDeviceA(LPCSTR name, LPSTR target, DWORD size) override {
         return ::QueryDosDeviceA(name, target, size);
     }
+    BOOL IsThemeActive() override { return ::IsThemeActive(); }
 };
 
 }  // namespace

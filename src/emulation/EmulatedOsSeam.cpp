@@ -259,3 +259,8 @@ DWORD CEmulatedOsSeam::QueryDosDeviceA(LPCSTR name, LPSTR target, DWORD size) {
     target[device.size() + 1] = 0;
     return static_cast<DWORD>(device.size() + 2);
 }
+
+BOOL CEmulatedOsSeam::IsThemeActive() {
+    ++themeQueries;
+    return themeActive ? (*themeActive ? TRUE : FALSE) : RealOs().IsThemeActive();
+}

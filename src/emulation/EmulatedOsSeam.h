@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ public:
     bool lockVolumeFails = false;
     bool volumeMounted = true;
     bool failClassQuery = false;
+    // The visual style the pages are told of; unset, the real system's answer.
+    std::optional<bool> themeActive;
+    int themeQueries = 0;          // counted, not logged: every paint asks
 
     std::vector<Call> calls;      // every call made, the first 100000
     int messageBoxes = 0;
@@ -64,6 +68,7 @@ public:
     BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set) override;
     DWORD GetLogicalDrives() override;
     DWORD QueryDosDeviceA(LPCSTR name, LPSTR target, DWORD size) override;
+    BOOL IsThemeActive() override;
 
 private:
     struct OpenHandle {

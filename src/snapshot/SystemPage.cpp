@@ -2,9 +2,9 @@
 // made, shown in the hosted web browser over the hidden placeholder.
 
 #include <windows.h>
-#include <uxtheme.h>
 
 #include "app/MainDialog.h"
+#include "app/PageSkeleton.h"
 #include "snapshot/BrowserHost.h"
 #include "snapshot/SnapshotWin32.h"
 
@@ -32,7 +32,7 @@ INT_PTR CALLBACK SystemPageProcedure(HWND page, UINT message, WPARAM wParam, LPA
     case WM_CTLCOLORBTN:
     case WM_CTLCOLORDLG:
     case WM_CTLCOLORSTATIC:
-        return IsThemeActive() ? reinterpret_cast<INT_PTR>(GetSysColorBrush(COLOR_BTNHIGHLIGHT)) : 0;
+        return reinterpret_cast<INT_PTR>(PageBrush());
     case WM_INITDIALOG:
         ShowSnapshot(page);
         return 1;

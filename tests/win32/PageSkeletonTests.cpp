@@ -144,12 +144,13 @@ TEST_F(WindowTest, InitAndRefreshBothFillThePage) {
 
 // Renders a label into a bitmap and returns its pixels.
 std::string Render(HWND button) {
+    constexpr int kWidth = 900;  // 48 bold W fit with room to spare
     HDC screen = GetDC(nullptr);
     HDC dc = CreateCompatibleDC(screen);
-    HBITMAP bitmap = CreateCompatibleBitmap(screen, 600, 20);
+    HBITMAP bitmap = CreateCompatibleBitmap(screen, kWidth, 20);
     ReleaseDC(nullptr, screen);
     HGDIOBJ old = SelectObject(dc, bitmap);
-    RECT all = {0, 0, 600, 20};
+    RECT all = {0, 0, kWidth, 20};
     FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
     DRAWITEMSTRUCT item{};
     item.hwndItem = button;
@@ -158,7 +159,7 @@ std::string Render(HWND button) {
     DrawLabel(item);
     std::string pixels;
     for (int y = 0; y < 20; ++y)
-        for (int x = 0; x < 600; ++x) {
+        for (int x = 0; x < kWidth; ++x) {
             COLORREF c = GetPixel(dc, x, y);
             pixels.append(reinterpret_cast<const char*>(&c), sizeof c);
         }
@@ -168,16 +169,18 @@ std::string Render(HWND button) {
     return pixels;
 }
 
-TEST_F(WindowTest, LabelTextIsReadIntoAFortyEightCharacterBuffer) {
+TEST_F(WindowTest, LabelTextLongerThanFortyEightCharactersIsCutAtFortyEight) {
     App().boldFont = static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
+    EXPECT_EQ(kLabelCharacters, 48);
     std::wstring longText(60, L'W');
     HWND full = Child(L"BUTTON", BS_OWNERDRAW, longText.c_str());
-    HWND cut = Child(L"BUTTON", BS_OWNERDRAW, longText.substr(0, 47).c_str());
-    HWND shorter = Child(L"BUTTON", BS_OWNERDRAW, longText.substr(0, 46).c_str());
-    SetWindowLongPtrW(full, GWLP_USERDATA, 1);
-    SetWindowLongPtrW(cut, GWLP_USERDATA, 1);
-    SetWindowLongPtrW(shorter, GWLP_USERDATA, 1);
+    HWND oneOver = Child(L"BUTTON", BS_OWNERDRAW, longText.substr(0, 49).c_str());
+    HWND cut = Child(L"BUTTON", BS_OWNERDRAW, longText.substr(0, 48).c_str());
+    HWND shorter = Child(L"BUTTON", BS_OWNERDRAW, longText.substr(0, 47).c_str());
+    for (HWND label : {full, oneOver, cut, shorter}) SetWindowLongPtrW(label, GWLP_USERDATA, 1);
     EXPECT_EQ(Render(full), Render(cut));
+    EXPECT_EQ(Render(oneOver), Render(cut));
+    // The 48th character is drawn: one fewer looks different.
     EXPECT_NE(Render(full), Render(shorter));
 }
 
