@@ -144,7 +144,7 @@ public:
     explicit CTreeWalk(CUdfReader& r) : reader(r) {}
 
     void Directory(FileNode* node, uint32_t depth) {
-        PendingRead p{DirectoryKey(reader, node->location), depth, node, true, {}};
+        PendingRead p{DirectoryKey(reader, node->location), 0, depth, node, true, {}};
         Push(p);
     }
 
@@ -160,16 +160,20 @@ public:
 private:
     struct PendingRead {
         uint32_t sector;
+        uint64_t order;  // reads of one sector are taken in the order they were asked for
         uint32_t depth;
         FileNode* node;
         bool directoryData;
         uint8_t longAd[16];
     };
     struct Later {
-        bool operator()(const PendingRead& a, const PendingRead& b) const { return a.sector > b.sector; }
+        bool operator()(const PendingRead& a, const PendingRead& b) const {
+            return a.sector != b.sector ? a.sector > b.sector : a.order > b.order;
+        }
     };
 
-    void Push(const PendingRead& p) {
+    void Push(PendingRead p) {
+        p.order = asked++;
         std::vector<PendingRead>& heap = p.sector >= head ? ahead : behind;
         heap.push_back(p);
         std::push_heap(heap.begin(), heap.end(), Later());
@@ -218,7 +222,7 @@ private:
                 if (last) last->nextSibling = node;
                 last = node;
                 if (node->icbLength != 0) {
-                    PendingRead entry{node->icbSector, p.depth + 1, node, false, {}};
+                    PendingRead entry{node->icbSector, 0, p.depth + 1, node, false, {}};
                     for (uint32_t i = 0; i < 16; ++i) entry.longAd[i] = fid.U8(20 + i);
                     Push(entry);
                 }
@@ -230,6 +234,7 @@ private:
     CUdfReader& reader;
     std::vector<PendingRead> ahead, behind;
     uint32_t head = 0;
+    uint64_t asked = 0;
 };
 
 }  // namespace
