@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -44,10 +45,10 @@ const FileNode* extractTarget = nullptr;
 // its own and asks for these as it draws or is read.
 struct ListedRow {
     const FileNode* node;
-    int image;
-    std::wstring cells[5];
+    FileListRow row;
 };
 std::vector<ListedRow> listedRows;
+void ForgetListTexts();
 HIMAGELIST treeImages = nullptr;
 
 struct Column {
@@ -93,6 +94,7 @@ const FileNode* ListItemNode(int index) {
 void ClearList(HWND list) {
     SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
     listedRows.clear();
+    ForgetListTexts();
 }
 
 HTREEITEM InsertDirectory(HWND tree, HTREEITEM parent, const FileNode* node, bool withImages) {
@@ -219,24 +221,31 @@ std::vector<ShownRow> CollectRows(const FileNode* directory) {
     return rows;
 }
 
+// A name's sort key, case ignored (its bytes up to the closing zero).
+std::string SortKey(const std::wstring& text) {
+    const DWORD flags = LCMAP_SORTKEY | NORM_IGNORECASE;
+    char key[1024];
+    int length = LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, reinterpret_cast<wchar_t*>(key), sizeof key);
+    if (length > 0) return std::string(key, static_cast<size_t>(length - 1));
+    length = LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, nullptr, 0);
+    if (length <= 0) return std::string();
+    std::string longer(static_cast<size_t>(length), '\0');
+    LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, reinterpret_cast<wchar_t*>(&longer[0]), length);
+    longer.resize(std::strlen(longer.c_str()));
+    return longer;
+}
+
 // The names' sort keys, case ignored, ranked directories first and then by
 // key, rows of equal keys in the reverse of the disc's order.
 std::vector<uint32_t> ProposedOrder(const std::vector<ShownRow>& rows) {
     std::vector<std::string> keys(rows.size());
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const std::wstring& text = rows[i].text;
-        int length = LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY | NORM_IGNORECASE, text.c_str(), -1, nullptr, 0);
-        if (length <= 0) continue;
-        keys[i].resize(static_cast<size_t>(length));
-        LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY | NORM_IGNORECASE, text.c_str(), -1,
-                     reinterpret_cast<wchar_t*>(&keys[i][0]), length);
-    }
+    for (size_t i = 0; i < rows.size(); ++i) keys[i] = SortKey(rows[i].text);
     std::vector<uint32_t> order(rows.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(order.size() - 1 - i);
     std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
         bool aDirectory = rows[a].row.isDirectory, bDirectory = rows[b].row.isDirectory;
         if (aDirectory != bDirectory) return aDirectory;
-        return std::strcmp(keys[a].c_str(), keys[b].c_str()) < 0;
+        return keys[a] < keys[b];
     });
     return order;
 }
@@ -315,15 +324,30 @@ private:
     std::unordered_map<uint64_t, std::wstring> byteSizes, groupedSizes, minutes, times;
 };
 
-ListedRow MakeListedRow(const ShownRow& shown, IconCache& icons, CellTexts& texts) {
-    const FileListRow& row = shown.row;
-    ListedRow listed{shown.node, icons.Lookup(row), {}};
-    listed.cells[0] = ShownText(row.name);
-    listed.cells[1].assign(row.lba.begin(), row.lba.end());
-    listed.cells[2] = texts.ByteSize(row.size);
-    listed.cells[3] = texts.Grouped(row.size);
-    listed.cells[4] = texts.Time(row.modified);
-    return listed;
+// Icons and texts of the rows on show, made as the list asks for them.
+struct ListTexts {
+    IconCache icons;
+    CellTexts texts;
+};
+std::unique_ptr<ListTexts> listTexts;
+
+void ForgetListTexts() { listTexts.reset(); }
+
+ListTexts& CurrentListTexts() {
+    if (!listTexts) listTexts.reset(new ListTexts());
+    return *listTexts;
+}
+
+std::wstring CellText(const FileListRow& row, int column) {
+    CellTexts& texts = CurrentListTexts().texts;
+    switch (column) {
+    case 0: return ShownText(row.name);
+    case 1: return std::wstring(row.lba.begin(), row.lba.end());
+    case 2: return texts.ByteSize(row.size);
+    case 3: return texts.Grouped(row.size);
+    case 4: return texts.Time(row.modified);
+    default: return std::wstring();
+    }
 }
 
 void FillList(HWND page, HTREEITEM selected) {
@@ -341,10 +365,8 @@ void FillList(HWND page, HTREEITEM selected) {
             directory = FindPath(*mountedReader, nullptr);
     }
     std::vector<ShownRow> rows = CollectRows(directory);
-    IconCache icons;
-    CellTexts texts;
     listedRows.reserve(rows.size());
-    for (uint32_t index : SortedOrder(rows)) listedRows.push_back(MakeListedRow(rows[index], icons, texts));
+    for (uint32_t index : SortedOrder(rows)) listedRows.push_back({rows[index].node, std::move(rows[index].row)});
     SendMessageW(list, LVM_SETITEMCOUNT, listedRows.size(), 0);
     SendMessageW(list, WM_SETREDRAW, TRUE, 0);
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
@@ -355,11 +377,9 @@ void AnswerDisplayInfo(NMLVDISPINFOW& info) {
     LVITEMW& item = info.item;
     if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= listedRows.size()) return;
     const ListedRow& row = listedRows[static_cast<size_t>(item.iItem)];
-    if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
-        bool known = item.iSubItem >= 0 && item.iSubItem < 5;
-        lstrcpynW(item.pszText, known ? row.cells[item.iSubItem].c_str() : L"", item.cchTextMax);
-    }
-    if (item.mask & LVIF_IMAGE) item.iImage = row.image;
+    if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0)
+        lstrcpynW(item.pszText, CellText(row.row, item.iSubItem).c_str(), item.cchTextMax);
+    if (item.mask & LVIF_IMAGE) item.iImage = CurrentListTexts().icons.Lookup(row.row);
     if (item.mask & LVIF_PARAM) item.lParam = reinterpret_cast<LPARAM>(row.node);
 }
 
@@ -368,13 +388,12 @@ void AnswerDisplayInfo(NMLVDISPINFOA& info) {
     if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= listedRows.size()) return;
     const ListedRow& row = listedRows[static_cast<size_t>(item.iItem)];
     if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
-        bool known = item.iSubItem >= 0 && item.iSubItem < 5;
         item.pszText[0] = '\0';
-        if (known && !WideCharToMultiByte(CP_ACP, 0, row.cells[item.iSubItem].c_str(), -1, item.pszText,
-                                          item.cchTextMax, nullptr, nullptr))
+        if (!WideCharToMultiByte(CP_ACP, 0, CellText(row.row, item.iSubItem).c_str(), -1, item.pszText,
+                                 item.cchTextMax, nullptr, nullptr))
             item.pszText[item.cchTextMax - 1] = '\0';
     }
-    if (item.mask & LVIF_IMAGE) item.iImage = row.image;
+    if (item.mask & LVIF_IMAGE) item.iImage = CurrentListTexts().icons.Lookup(row.row);
     if (item.mask & LVIF_PARAM) item.lParam = reinterpret_cast<LPARAM>(row.node);
 }
 
@@ -465,6 +484,7 @@ INT_PTR CALLBACK FilePageProcedure(HWND page, UINT message, WPARAM wParam, LPARA
         treeImages = nullptr;
         extractTarget = nullptr;
         listedRows.clear();
+        ForgetListTexts();
         ReleaseReader();
         return FALSE;
     case WM_NOTIFY: {
