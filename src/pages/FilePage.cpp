@@ -7,12 +7,9 @@
 #include <commdlg.h>
 #include <shlwapi.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,6 +19,7 @@
 #include "device/SptiDevice.h"
 #include "pages/FileFormat.h"
 #include "pages/FileList.h"
+#include "pages/FileListRows.h"
 #include "udf/UdfListing.h"
 #include "udf/UdfReader.h"
 #include "udf/UdfTree.h"
@@ -186,144 +184,6 @@ void FillExpandingItem(HWND tree, const NMTREEVIEWW& change) {
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
 }
 
-// The text a row is compared by: the narrow name through the ANSI code
-// page, as the list stored it when rows were inserted with LVM_INSERTITEMA,
-// up to 260 characters.
-std::wstring RowText(const std::string& name) {
-    wchar_t text[260] = {};
-    MultiByteToWideChar(CP_ACP, 0, name.c_str(), -1, text, 259);
-    return text;
-}
-
-// The whole name as the list shows it.
-std::wstring ShownText(const std::string& name) {
-    int length = MultiByteToWideChar(CP_ACP, 0, name.c_str(), -1, nullptr, 0);
-    if (length <= 1) return std::wstring();
-    std::wstring text(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, name.c_str(), -1, &text[0], length);
-    text.resize(static_cast<size_t>(length - 1));
-    return text;
-}
-
-struct ShownRow {
-    const FileNode* node;
-    FileListRow row;
-    std::wstring text;  // what the sort compares
-};
-
-std::vector<ShownRow> CollectRows(const FileNode* directory) {
-    std::vector<ShownRow> rows;
-    for (const FileNode* child = directory ? directory->firstChild : nullptr; child; child = child->nextSibling) {
-        FileListRow row = MakeFileListRow(child, mountedReader);
-        std::wstring text = RowText(row.name);
-        rows.push_back({child, std::move(row), std::move(text)});
-    }
-    return rows;
-}
-
-// A name's sort key, case ignored (its bytes up to the closing zero).
-std::string SortKey(const std::wstring& text) {
-    const DWORD flags = LCMAP_SORTKEY | NORM_IGNORECASE;
-    char key[1024];
-    int length = LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, reinterpret_cast<wchar_t*>(key), sizeof key);
-    if (length > 0) return std::string(key, static_cast<size_t>(length - 1));
-    length = LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, nullptr, 0);
-    if (length <= 0) return std::string();
-    std::string longer(static_cast<size_t>(length), '\0');
-    LCMapStringW(LOCALE_USER_DEFAULT, flags, text.c_str(), -1, reinterpret_cast<wchar_t*>(&longer[0]), length);
-    longer.resize(std::strlen(longer.c_str()));
-    return longer;
-}
-
-// The names' sort keys, case ignored, ranked directories first and then by
-// key, rows of equal keys in the reverse of the disc's order.
-std::vector<uint32_t> ProposedOrder(const std::vector<ShownRow>& rows) {
-    std::vector<std::string> keys(rows.size());
-    for (size_t i = 0; i < rows.size(); ++i) keys[i] = SortKey(rows[i].text);
-    std::vector<uint32_t> order(rows.size());
-    for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(order.size() - 1 - i);
-    std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-        bool aDirectory = rows[a].row.isDirectory, bDirectory = rows[b].row.isDirectory;
-        if (aDirectory != bDirectory) return aDirectory;
-        return keys[a] < keys[b];
-    });
-    return order;
-}
-
-// The rows' order when each was put at the top of the list and the list
-// then sorted itself with lstrcmpiW on the names, directories first (a file
-// before a directory compares 1, a directory before a file 0). Proposed by
-// a sort on the names' sort keys, which takes a fraction of the time of
-// lstrcmpiW in every step, and kept when lstrcmpiW confirms it row by row;
-// otherwise the list's own sort is run in full.
-std::vector<uint32_t> SortedOrder(const std::vector<ShownRow>& rows) {
-    uint32_t count = static_cast<uint32_t>(rows.size());
-    auto rank = [&rows](uint32_t a, uint32_t b) {
-        bool aDirectory = rows[a].row.isDirectory, bDirectory = rows[b].row.isDirectory;
-        if (aDirectory != bDirectory) return aDirectory ? -1 : 1;
-        return lstrcmpiW(rows[a].text.c_str(), rows[b].text.c_str());
-    };
-    std::vector<uint32_t> proposed = ProposedOrder(rows);
-    if (IsFileListRowOrder(proposed, count, rank)) return proposed;
-    return FileListRowOrder(count, [&rows](uint32_t a, uint32_t b) {
-        const ShownRow& first = rows[a];
-        const ShownRow& second = rows[b];
-        bool same = first.row.isDirectory == second.row.isDirectory;
-        int order = same ? lstrcmpiW(first.text.c_str(), second.text.c_str()) : 0;
-        return CompareFileListRows(first.row.isDirectory, second.row.isDirectory, order);
-    });
-}
-
-// The shell's answer for a name looked up without touching the disc depends
-// only on its extension and attributes, so each is asked for once a fill.
-class IconCache {
-public:
-    int Lookup(const FileListRow& row) {
-        std::string key;
-        if (!IconLookupKey(row.name, row.isDirectory, key)) return SystemIconIndex(row.name.c_str(), row.isDirectory);
-        auto found = icons.find(key);
-        if (found != icons.end()) return found->second;
-        int index = SystemIconIndex(row.name.c_str(), row.isDirectory);
-        icons.emplace(std::move(key), index);
-        return index;
-    }
-
-private:
-    std::unordered_map<std::string, int> icons;
-};
-
-// Size and time texts, made once per value a fill: every locale call behind
-// them reads the user's settings again, which costs far more than the row.
-class CellTexts {
-public:
-    const std::wstring& ByteSize(uint64_t size) {
-        auto found = byteSizes.find(size);
-        if (found != byteSizes.end()) return found->second;
-        wchar_t text[64] = {};
-        StrFormatByteSizeW(static_cast<LONGLONG>(size), text, 64);
-        return byteSizes.emplace(size, text).first->second;
-    }
-    const std::wstring& Grouped(uint64_t size) {
-        auto found = groupedSizes.find(size);
-        if (found != groupedSizes.end()) return found->second;
-        return groupedSizes.emplace(size, FormatGroupedNumber(static_cast<int64_t>(size), number)).first->second;
-    }
-    // Times that show the same minute share one text.
-    const std::wstring& Time(uint64_t fileTime) {
-        uint64_t minute = 0;
-        bool shared = ShownMinute(fileTime, minute);
-        auto& cache = shared ? minutes : times;
-        uint64_t key = shared ? minute : fileTime;
-        auto found = cache.find(key);
-        if (found != cache.end()) return found->second;
-        return cache.emplace(key, FormatFileTime(fileTime)).first->second;
-    }
-
-private:
-    NumberSettings number = ReadNumberSettings();
-    std::unordered_map<uint64_t, std::wstring> byteSizes, groupedSizes, minutes, times;
-};
-
 // Icons and texts of the rows on show, made as the list asks for them.
 struct ListTexts {
     IconCache icons;
@@ -364,7 +224,7 @@ void FillList(HWND page, HTREEITEM selected) {
         else if (mountedReader)
             directory = FindPath(*mountedReader, nullptr);
     }
-    std::vector<ShownRow> rows = CollectRows(directory);
+    std::vector<ShownRow> rows = CollectRows(directory, mountedReader);
     listedRows.reserve(rows.size());
     for (uint32_t index : SortedOrder(rows)) listedRows.push_back({rows[index].node, std::move(rows[index].row)});
     SendMessageW(list, LVM_SETITEMCOUNT, listedRows.size(), 0);
