@@ -314,7 +314,9 @@ TEST(FilePageListOrder, DirectoriesFirstAndEqualNamesInReverseDiscOrder) {
         if (a.directory != b.directory) continue;
         int by = CaseBlindOrder(a.name, b.name);
         EXPECT_LE(by, 0) << i;
-        if (by == 0) EXPECT_GT(order[i - 1], order[i]) << "equal names keep the reverse disc order at " << i;
+        if (by == 0) {
+            EXPECT_GT(order[i - 1], order[i]) << "equal names keep the reverse disc order at " << i;
+        }
     }
 }
 
