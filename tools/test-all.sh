@@ -67,6 +67,7 @@ gui() {
   local rc=0
   tools/gui-tests.sh build/mingw build/native || rc=1
   tools/gui-tests-pages.sh build/mingw || rc=1
+  tools/gui-figure-filepage.sh build/mingw || rc=1
   return $rc
 }
 

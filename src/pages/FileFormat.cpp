@@ -6,21 +6,28 @@
 
 #include "pages/FileList.h"
 
-std::wstring FormatGroupedNumber(int64_t value) {
+NumberSettings ReadNumberSettings() {
+    NumberSettings settings;
+    wchar_t grouping[16] = {};
+    settings.grouping = GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SGROUPING, grouping, 16)
+                            ? GroupingFromLocaleText(grouping)
+                            : 3;
+    GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_STHOUSAND, settings.separator, 4);
+    return settings;
+}
+
+std::wstring FormatGroupedNumber(int64_t value, const NumberSettings& settings) {
     wchar_t digits[40];
     std::swprintf(digits, 40, L"%lld", static_cast<long long>(value));
 
-    wchar_t grouping[16] = {};
-    NUMBERFMTW format{};
-    format.NumDigits = 0;
-    format.LeadingZero = 0;
-    format.Grouping = GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SGROUPING, grouping, 16)
-                          ? GroupingFromLocaleText(grouping)
-                          : 3;
     // No fraction is ever shown, so the decimal separator only has to be a
     // valid one: the thousand separator serves for both.
     wchar_t separator[4] = {};
-    GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_STHOUSAND, separator, 4);
+    std::wmemcpy(separator, settings.separator, 4);
+    NUMBERFMTW format{};
+    format.NumDigits = 0;
+    format.LeadingZero = 0;
+    format.Grouping = settings.grouping;
     format.lpDecimalSep = separator;
     format.lpThousandSep = separator;
     format.NegativeOrder = 0;
@@ -30,6 +37,8 @@ std::wstring FormatGroupedNumber(int64_t value) {
     if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, digits, &format, out, 40) || out[0] == L'\0') return digits;
     return out;
 }
+
+std::wstring FormatGroupedNumber(int64_t value) { return FormatGroupedNumber(value, ReadNumberSettings()); }
 
 std::wstring FormatFileTime(uint64_t fileTime) {
     FILETIME utc;

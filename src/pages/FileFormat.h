@@ -11,6 +11,14 @@
 // characters); the plain digits when the locale cannot format them.
 std::wstring FormatGroupedNumber(int64_t value);
 
+// The user's grouping and thousand separator, read once for many numbers.
+struct NumberSettings {
+    unsigned grouping = 3;
+    wchar_t separator[4] = {};
+};
+NumberSettings ReadNumberSettings();
+std::wstring FormatGroupedNumber(int64_t value, const NumberSettings& settings);
+
 // A UTC file time as the user's short date, a blank and the time without
 // seconds, in local time.
 std::wstring FormatFileTime(uint64_t fileTime);

@@ -1,7 +1,10 @@
 #include "pages/FileList.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "udf/UdfTree.h"
 
@@ -32,6 +35,69 @@ FileListRow MakeFileListRow(const FileNode* node, const CUdfReader* reader) {
 int CompareFileListRows(bool firstIsDirectory, bool secondIsDirectory, int nameOrder) {
     if (firstIsDirectory != secondIsDirectory) return firstIsDirectory ? 0 : 1;
     return nameOrder;
+}
+
+namespace {
+
+// Sorts order[first..last] (both included) through `spare`, a buffer as
+// long as `order`. Depth is at most log2 of the row count.
+void MergeRun(std::vector<uint32_t>& order, std::vector<uint32_t>& spare, size_t first, size_t last,
+              const FileListCompare& compare) {
+    if (first >= last) return;
+    size_t middle = first + (last - first) / 2;
+    MergeRun(order, spare, first, middle, compare);
+    MergeRun(order, spare, middle + 1, last, compare);
+    size_t left = first, right = middle + 1, out = first;
+    while (left <= middle && right <= last)
+        spare[out++] = compare(order[left], order[right]) > 0 ? order[right++] : order[left++];
+    while (left <= middle) spare[out++] = order[left++];
+    while (right <= last) spare[out++] = order[right++];
+    std::copy(spare.begin() + static_cast<std::ptrdiff_t>(first), spare.begin() + static_cast<std::ptrdiff_t>(last) + 1,
+              order.begin() + static_cast<std::ptrdiff_t>(first));
+}
+
+}  // namespace
+
+std::vector<uint32_t> ListViewSortOrder(std::vector<uint32_t> order, const FileListCompare& compare) {
+    if (order.size() < 2) return order;
+    std::vector<uint32_t> spare(order.size());
+    MergeRun(order, spare, 0, order.size() - 1, compare);
+    return order;
+}
+
+std::vector<uint32_t> FileListRowOrder(uint32_t count, const FileListCompare& compare) {
+    std::vector<uint32_t> order(count);
+    for (uint32_t i = 0; i < count; ++i) order[i] = count - 1 - i;
+    return ListViewSortOrder(std::move(order), compare);
+}
+
+bool IsFileListRowOrder(const std::vector<uint32_t>& order, uint32_t count, const FileListCompare& rank) {
+    if (order.size() != count) return false;
+    std::vector<bool> seen(count);
+    for (uint32_t row : order) {
+        if (row >= count || seen[row]) return false;
+        seen[row] = true;
+    }
+    for (size_t i = 1; i < order.size(); ++i) {
+        int by = rank(order[i - 1], order[i]);
+        if (by > 0 || (by == 0 && order[i - 1] < order[i])) return false;
+    }
+    return true;
+}
+
+bool IconLookupKey(const std::string& name, bool isDirectory, std::string& key) {
+    if (name.find_first_of("\\/:") != std::string::npos) return false;
+    size_t dot = name.rfind('.');
+    key.assign(1, isDirectory ? 'D' : 'F');
+    if (dot != std::string::npos) key.append(name, dot, std::string::npos);
+    return true;
+}
+
+bool ShownMinute(uint64_t fileTime, uint64_t& minute) {
+    // 2^52 is the year 1615, 2^62 far past the last year a time converts to.
+    if (fileTime < (uint64_t{1} << 52) || fileTime >= (uint64_t{1} << 62)) return false;
+    minute = fileTime / 600000000u;
+    return true;
 }
 
 unsigned GroupingFromLocaleText(const wchar_t* grouping) {

@@ -8,7 +8,10 @@
 #include <shlwapi.h>
 
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/AppState.h"
 #include "app/MainDialog.h"
@@ -16,6 +19,7 @@
 #include "device/SptiDevice.h"
 #include "pages/FileFormat.h"
 #include "pages/FileList.h"
+#include "pages/FileListRows.h"
 #include "udf/UdfListing.h"
 #include "udf/UdfReader.h"
 #include "udf/UdfTree.h"
@@ -34,6 +38,15 @@ constexpr int kVolumeImage = 2;
 
 CUdfReader* mountedReader = nullptr;
 const FileNode* extractTarget = nullptr;
+
+// What the list shows, row by row in its order: the list holds no items of
+// its own and asks for these as it draws or is read.
+struct ListedRow {
+    const FileNode* node;
+    FileListRow row;
+};
+std::vector<ListedRow> listedRows;
+void ForgetListTexts();
 HIMAGELIST treeImages = nullptr;
 
 struct Column {
@@ -71,13 +84,15 @@ const FileNode* TreeItemNode(HWND tree, HTREEITEM item) {
     return reinterpret_cast<const FileNode*>(data.lParam);
 }
 
-const FileNode* ListItemNode(HWND list, int index) {
-    if (index < 0) return nullptr;
-    LVITEMW data{};
-    data.mask = LVIF_PARAM;
-    data.iItem = index;
-    if (!SendMessageW(list, LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&data))) return nullptr;
-    return reinterpret_cast<const FileNode*>(data.lParam);
+const FileNode* ListItemNode(int index) {
+    if (index < 0 || static_cast<size_t>(index) >= listedRows.size()) return nullptr;
+    return listedRows[static_cast<size_t>(index)].node;
+}
+
+void ClearList(HWND list) {
+    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+    listedRows.clear();
+    ForgetListTexts();
 }
 
 HTREEITEM InsertDirectory(HWND tree, HTREEITEM parent, const FileNode* node, bool withImages) {
@@ -111,7 +126,7 @@ void RefreshFilePage(HWND page) {
     HWND tree = GetDlgItem(page, kTree);
     HWND list = GetDlgItem(page, kList);
     SendMessageW(tree, TVM_DELETEITEM, 0, reinterpret_cast<LPARAM>(TVI_ROOT));
-    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+    ClearList(list);
     // The nodes the target points into go with the reader.
     extractTarget = nullptr;
     ReleaseReader();
@@ -169,31 +184,30 @@ void FillExpandingItem(HWND tree, const NMTREEVIEWW& change) {
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
 }
 
-// The text a row shows for a node: its narrow name through the ANSI code
-// page, as LVM_INSERTITEMA stored it, up to 260 characters.
-std::wstring RowText(const FileNode* node) {
-    wchar_t text[260] = {};
-    if (node) MultiByteToWideChar(CP_ACP, 0, ShownName(mountedReader, node).c_str(), -1, text, 259);
-    return text;
+// Icons and texts of the rows on show, made as the list asks for them.
+struct ListTexts {
+    IconCache icons;
+    CellTexts texts;
+};
+std::unique_ptr<ListTexts> listTexts;
+
+void ForgetListTexts() { listTexts.reset(); }
+
+ListTexts& CurrentListTexts() {
+    if (!listTexts) listTexts.reset(new ListTexts());
+    return *listTexts;
 }
 
-// Rows are compared by their nodes (LVM_SORTITEMS) rather than by their
-// indexes (LVM_SORTITEMSEX): Wine moves items while it sorts by index, so
-// the indexes it hands out no longer name the rows being compared.
-int CALLBACK CompareListItems(LPARAM first, LPARAM second, LPARAM) {
-    const FileNode* a = reinterpret_cast<const FileNode*>(first);
-    const FileNode* b = reinterpret_cast<const FileNode*>(second);
-    bool aDirectory = a && a->isDirectory;
-    bool bDirectory = b && b->isDirectory;
-    int order = (aDirectory == bDirectory) ? lstrcmpiW(RowText(a).c_str(), RowText(b).c_str()) : 0;
-    return CompareFileListRows(aDirectory, bDirectory, order);
-}
-
-void SetSubItem(HWND list, int index, int column, const std::wstring& text) {
-    LVITEMW item{};
-    item.iSubItem = column;
-    item.pszText = const_cast<wchar_t*>(text.c_str());
-    SendMessageW(list, LVM_SETITEMTEXTW, index, reinterpret_cast<LPARAM>(&item));
+std::wstring CellText(const FileListRow& row, int column) {
+    CellTexts& texts = CurrentListTexts().texts;
+    switch (column) {
+    case 0: return ShownText(row.name);
+    case 1: return std::wstring(row.lba.begin(), row.lba.end());
+    case 2: return texts.ByteSize(row.size);
+    case 3: return texts.Grouped(row.size);
+    case 4: return texts.Time(row.modified);
+    default: return std::wstring();
+    }
 }
 
 void FillList(HWND page, HTREEITEM selected) {
@@ -201,7 +215,7 @@ void FillList(HWND page, HTREEITEM selected) {
     HWND list = GetDlgItem(page, kList);
     SetCursor(LoadCursorW(nullptr, IDC_WAIT));
     SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+    ClearList(list);
 
     const FileNode* directory = nullptr;
     if (selected) {
@@ -210,31 +224,42 @@ void FillList(HWND page, HTREEITEM selected) {
         else if (mountedReader)
             directory = FindPath(*mountedReader, nullptr);
     }
-    for (const FileNode* child = directory ? directory->firstChild : nullptr; child; child = child->nextSibling) {
-        FileListRow row = MakeFileListRow(child, mountedReader);
-        LVITEMA item{};
-        item.mask = LVIF_TEXT | LVIF_IMAGE | LVIF_PARAM;
-        item.iItem = 0;
-        item.pszText = const_cast<char*>(row.name.c_str());
-        item.iImage = SystemIconIndex(row.name.c_str(), row.isDirectory);
-        item.lParam = reinterpret_cast<LPARAM>(child);
-        int index = static_cast<int>(SendMessageW(list, LVM_INSERTITEMA, 0, reinterpret_cast<LPARAM>(&item)));
-        if (index < 0) continue;
-        SetSubItem(list, index, 1, std::wstring(row.lba.begin(), row.lba.end()));
-        wchar_t size[64] = {};
-        StrFormatByteSizeW(static_cast<LONGLONG>(row.size), size, 64);
-        SetSubItem(list, index, 2, size);
-        SetSubItem(list, index, 3, FormatGroupedNumber(static_cast<int64_t>(row.size)));
-        SetSubItem(list, index, 4, FormatFileTime(row.modified));
-    }
-    SendMessageW(list, LVM_SORTITEMS, 0, reinterpret_cast<LPARAM>(CompareListItems));
+    std::vector<ShownRow> rows = CollectRows(directory, mountedReader);
+    listedRows.reserve(rows.size());
+    for (uint32_t index : SortedOrder(rows)) listedRows.push_back({rows[index].node, std::move(rows[index].row)});
+    SendMessageW(list, LVM_SETITEMCOUNT, listedRows.size(), 0);
     SendMessageW(list, WM_SETREDRAW, TRUE, 0);
     SetCursor(LoadCursorW(nullptr, IDC_ARROW));
 }
 
+// The list asks for a row's texts, image and node as it needs them.
+void AnswerDisplayInfo(NMLVDISPINFOW& info) {
+    LVITEMW& item = info.item;
+    if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= listedRows.size()) return;
+    const ListedRow& row = listedRows[static_cast<size_t>(item.iItem)];
+    if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0)
+        lstrcpynW(item.pszText, CellText(row.row, item.iSubItem).c_str(), item.cchTextMax);
+    if (item.mask & LVIF_IMAGE) item.iImage = CurrentListTexts().icons.Lookup(row.row);
+    if (item.mask & LVIF_PARAM) item.lParam = reinterpret_cast<LPARAM>(row.node);
+}
+
+void AnswerDisplayInfo(NMLVDISPINFOA& info) {
+    LVITEMA& item = info.item;
+    if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= listedRows.size()) return;
+    const ListedRow& row = listedRows[static_cast<size_t>(item.iItem)];
+    if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
+        item.pszText[0] = '\0';
+        if (!WideCharToMultiByte(CP_ACP, 0, CellText(row.row, item.iSubItem).c_str(), -1, item.pszText,
+                                 item.cchTextMax, nullptr, nullptr))
+            item.pszText[item.cchTextMax - 1] = '\0';
+    }
+    if (item.mask & LVIF_IMAGE) item.iImage = CurrentListTexts().icons.Lookup(row.row);
+    if (item.mask & LVIF_PARAM) item.lParam = reinterpret_cast<LPARAM>(row.node);
+}
+
 void OpenListedDirectory(HWND page, int index) {
     HWND tree = GetDlgItem(page, kTree);
-    const FileNode* node = ListItemNode(GetDlgItem(page, kList), index);
+    const FileNode* node = ListItemNode(index);
     if (!node || !node->isDirectory) return;
     HTREEITEM selected = reinterpret_cast<HTREEITEM>(SendMessageW(tree, TVM_GETNEXTITEM, TVGN_CARET, 0));
     if (!selected) return;
@@ -251,7 +276,7 @@ void OpenListedDirectory(HWND page, int index) {
 }
 
 void ShowPopup(HWND page, const NMITEMACTIVATE& click) {
-    const FileNode* node = ListItemNode(GetDlgItem(page, kList), click.iItem);
+    const FileNode* node = ListItemNode(click.iItem);
     if (!node || node->isDirectory) return;
     extractTarget = node;
     POINT at = click.ptAction;
@@ -300,6 +325,8 @@ void ExportListing(HWND page) {
 
 CUdfReader* FilePageReader() { return mountedReader; }
 
+const FileNode* FilePageRowNode(int index) { return ListItemNode(index); }
+
 INT_PTR CALLBACK FilePageProcedure(HWND page, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_INITDIALOG:
@@ -316,6 +343,8 @@ INT_PTR CALLBACK FilePageProcedure(HWND page, UINT message, WPARAM wParam, LPARA
         if (treeImages) ImageList_Destroy(treeImages);
         treeImages = nullptr;
         extractTarget = nullptr;
+        listedRows.clear();
+        ForgetListTexts();
         ReleaseReader();
         return FALSE;
     case WM_NOTIFY: {
@@ -328,6 +357,8 @@ INT_PTR CALLBACK FilePageProcedure(HWND page, UINT message, WPARAM wParam, LPARA
             const NMITEMACTIVATE* click = reinterpret_cast<const NMITEMACTIVATE*>(lParam);
             if (header->code == static_cast<UINT>(NM_DBLCLK)) OpenListedDirectory(page, click->iItem);
             else if (header->code == static_cast<UINT>(NM_RCLICK)) ShowPopup(page, *click);
+            else if (header->code == LVN_GETDISPINFOW) AnswerDisplayInfo(*reinterpret_cast<NMLVDISPINFOW*>(lParam));
+            else if (header->code == LVN_GETDISPINFOA) AnswerDisplayInfo(*reinterpret_cast<NMLVDISPINFOA*>(lParam));
         }
         SetWindowLongPtrW(page, DWLP_MSGRESULT, 0);
         return TRUE;

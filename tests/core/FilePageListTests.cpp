@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -232,4 +233,171 @@ TEST(FilePageExport, NoVolumeWritesOnlyTheHeader) {
     EXPECT_EQ(FormatFileSystemListing(nullptr), "// Exported by Vexlon Insepctor 1.3.0.0\r\n//\r\n\r\n");
     CUdfReader unmounted;
     EXPECT_EQ(FormatFileSystemListing(&unmounted), "// Exported by Vexlon Insepctor 1.3.0.0\r\n//\r\n\r\n");
+}
+
+namespace {
+
+// The list control's sort as it runs on its own item array: merge halves in
+// place, moving the right-hand head in front of the left-hand run whenever
+// the comparison says the left head is above it.
+void InPlaceMerge(std::vector<uint32_t>& items, int l, int r, const FileListCompare& compare) {
+    if (l >= r) return;
+    int m = (l + r) / 2;
+    InPlaceMerge(items, l, m, compare);
+    InPlaceMerge(items, m + 1, r, compare);
+    while (l <= m && m < r) {
+        if (compare(items[l], items[m + 1]) > 0) {
+            uint32_t moved = items[m + 1];
+            std::memmove(&items[l + 1], &items[l], static_cast<size_t>(m - l + 1) * sizeof(uint32_t));
+            items[l] = moved;
+            ++m;
+        }
+        ++l;
+    }
+}
+
+// Rows put at the top one by one, then sorted in place.
+std::vector<uint32_t> InsertAtTopThenSort(uint32_t count, const FileListCompare& compare) {
+    std::vector<uint32_t> items;
+    for (uint32_t i = 0; i < count; ++i) items.insert(items.begin(), i);
+    InPlaceMerge(items, 0, static_cast<int>(items.size()) - 1, compare);
+    return items;
+}
+
+struct Row {
+    std::string name;
+    bool directory;
+};
+
+int CaseBlindOrder(const std::string& x, const std::string& y) {
+    for (size_t i = 0;; ++i) {
+        int a = i < x.size() ? std::tolower(static_cast<unsigned char>(x[i])) : 0;
+        int b = i < y.size() ? std::tolower(static_cast<unsigned char>(y[i])) : 0;
+        if (a != b || a == 0) return a < b ? -1 : (a > b ? 1 : 0);
+    }
+}
+
+}  // namespace
+
+TEST(FilePageListOrder, MatchesTheInPlaceSortEvenForAnInconsistentComparison) {
+    // Answers drawn at random per pair: no order at all, so only the very
+    // same merge steps give the same permutation.
+    uint32_t seed = 12345;
+    auto next = [&seed] { return seed = seed * 1103515245u + 12345u; };
+    for (uint32_t count = 0; count < 160; count += (count < 20 ? 1 : 13)) {
+        std::vector<int> answers(static_cast<size_t>(count) * count);
+        for (int& a : answers) a = static_cast<int>((next() >> 16) % 3) - 1;
+        FileListCompare compare = [&](uint32_t a, uint32_t b) { return answers[a * count + b]; };
+        EXPECT_EQ(FileListRowOrder(count, compare), InsertAtTopThenSort(count, compare)) << count;
+    }
+}
+
+TEST(FilePageListOrder, DirectoriesFirstAndEqualNamesInReverseDiscOrder) {
+    std::vector<Row> rows;
+    const char* names[] = {"b.txt", "Zeta", "A.TXT", "alpha", "a.txt", "zeta", "c", "B.txt", "Alpha", "x.bin"};
+    for (int round = 0; round < 30; ++round)
+        for (int i = 0; i < 10; ++i) rows.push_back({names[(i * 7 + round) % 10], ((i + round) % 3) == 0});
+    FileListCompare compare = [&](uint32_t a, uint32_t b) {
+        bool same = rows[a].directory == rows[b].directory;
+        return CompareFileListRows(rows[a].directory, rows[b].directory,
+                                   same ? CaseBlindOrder(rows[a].name, rows[b].name) : 0);
+    };
+    uint32_t count = static_cast<uint32_t>(rows.size());
+    std::vector<uint32_t> order = FileListRowOrder(count, compare);
+    ASSERT_EQ(order, InsertAtTopThenSort(count, compare));
+    size_t firstFile = 0;
+    while (firstFile < order.size() && rows[order[firstFile]].directory) ++firstFile;
+    for (size_t i = firstFile; i < order.size(); ++i) EXPECT_FALSE(rows[order[i]].directory) << i;
+    for (size_t i = 1; i < order.size(); ++i) {
+        const Row& a = rows[order[i - 1]];
+        const Row& b = rows[order[i]];
+        if (a.directory != b.directory) continue;
+        int by = CaseBlindOrder(a.name, b.name);
+        EXPECT_LE(by, 0) << i;
+        if (by == 0) {
+            EXPECT_GT(order[i - 1], order[i]) << "equal names keep the reverse disc order at " << i;
+        }
+    }
+}
+
+TEST(FilePageListOrder, AllRowsComeOutOnce) {
+    FileListCompare never = [](uint32_t, uint32_t) { return 0; };
+    std::vector<uint32_t> order = FileListRowOrder(1000, never);
+    ASSERT_EQ(order.size(), 1000u);
+    for (uint32_t i = 0; i < 1000; ++i) EXPECT_EQ(order[i], 999 - i);
+    EXPECT_TRUE(FileListRowOrder(0, never).empty());
+}
+
+TEST(FilePageIconKey, SameTailAndFlagShareAKeyPathsDoNot) {
+    std::string a, b;
+    ASSERT_TRUE(IconLookupKey("report.txt", false, a));
+    ASSERT_TRUE(IconLookupKey("other.name.txt", false, b));
+    EXPECT_EQ(a, b);
+    ASSERT_TRUE(IconLookupKey("report.txt", true, b));
+    EXPECT_NE(a, b);
+    ASSERT_TRUE(IconLookupKey("report.TXT", false, b));
+    EXPECT_NE(a, b);  // case kept: a finer key never merges two lookups
+    ASSERT_TRUE(IconLookupKey("README", false, a));
+    ASSERT_TRUE(IconLookupKey("Makefile", false, b));
+    EXPECT_EQ(a, b);
+    ASSERT_TRUE(IconLookupKey("a.b c", false, a));
+    ASSERT_TRUE(IconLookupKey("a.b", false, b));
+    EXPECT_NE(a, b);
+    EXPECT_FALSE(IconLookupKey("dir\\x.txt", false, a));
+    EXPECT_FALSE(IconLookupKey("dir/x.txt", false, a));
+    EXPECT_FALSE(IconLookupKey("c:x.txt", false, a));
+    EXPECT_FALSE(IconLookupKey("::{20D04FE0}", true, a));
+}
+
+TEST(FilePageTimeKey, OneKeyPerUtcMinuteAndNoneNearTheEnds) {
+    const uint64_t minute = 600000000u;
+    const uint64_t may2024 = 133603020000000000u;  // 2024-05-17 10:20:00 UTC, a whole minute
+    uint64_t a = 0, b = 0;
+    ASSERT_TRUE(ShownMinute(may2024, a));
+    ASSERT_TRUE(ShownMinute(may2024 + minute - 1, b));
+    EXPECT_EQ(a, b);
+    ASSERT_TRUE(ShownMinute(may2024 + minute, b));
+    EXPECT_EQ(b, a + 1);
+    ASSERT_TRUE(ShownMinute(may2024 - 1, b));
+    EXPECT_EQ(b, a - 1);
+    EXPECT_FALSE(ShownMinute(0, a));
+    EXPECT_FALSE(ShownMinute(uint64_t{1} << 63, a));
+    EXPECT_FALSE(ShownMinute(~uint64_t{0}, a));
+}
+
+TEST(FilePageListOrder, ConfirmsOnlyTheOrderTheSortGives) {
+    std::vector<Row> rows;
+    const char* names[] = {"b.txt", "Zeta", "A.TXT", "alpha", "a.txt", "zeta", "c", "B.txt", "Alpha", "x.bin"};
+    for (int i = 0; i < 60; ++i) rows.push_back({names[(i * 7) % 10], (i % 4) == 0});
+    FileListCompare compare = [&](uint32_t a, uint32_t b) {
+        bool same = rows[a].directory == rows[b].directory;
+        return CompareFileListRows(rows[a].directory, rows[b].directory,
+                                   same ? CaseBlindOrder(rows[a].name, rows[b].name) : 0);
+    };
+    FileListCompare rank = [&](uint32_t a, uint32_t b) {
+        if (rows[a].directory != rows[b].directory) return rows[a].directory ? -1 : 1;
+        return CaseBlindOrder(rows[a].name, rows[b].name);
+    };
+    uint32_t count = static_cast<uint32_t>(rows.size());
+    std::vector<uint32_t> order = FileListRowOrder(count, compare);
+    EXPECT_TRUE(IsFileListRowOrder(order, count, rank));
+    // Two rows of equal names swapped, a row missing, a row twice, a row
+    // out of range, a file before a directory: each refused.
+    for (size_t i = 1; i < order.size(); ++i) {
+        if (rank(order[i - 1], order[i]) != 0) continue;
+        std::vector<uint32_t> swapped = order;
+        std::swap(swapped[i - 1], swapped[i]);
+        EXPECT_FALSE(IsFileListRowOrder(swapped, count, rank)) << i;
+        break;
+    }
+    std::vector<uint32_t> shorter(order.begin(), order.end() - 1);
+    EXPECT_FALSE(IsFileListRowOrder(shorter, count, rank));
+    std::vector<uint32_t> twice = order;
+    twice.back() = twice.front();
+    EXPECT_FALSE(IsFileListRowOrder(twice, count, rank));
+    std::vector<uint32_t> outside = order;
+    outside.back() = count;
+    EXPECT_FALSE(IsFileListRowOrder(outside, count, rank));
+    std::vector<uint32_t> reversed(order.rbegin(), order.rend());
+    EXPECT_FALSE(IsFileListRowOrder(reversed, count, rank));
 }
