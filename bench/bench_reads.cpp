@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "../tools/udfmaster/UdfImageBuilder.h"
+#include "BenchImages.h"
 #include "emulation/EmulatedDevice.h"
 #include "emulation/MmcTarget.h"
 #include "pages/DiscDump.h"
@@ -41,17 +41,6 @@ const Timing kDvd{"dvd", 0.5, 90, 11080};
 const Timing kBd{"bd", 0.5, 150, 26970};
 
 std::string ImageOf(int files, Layout layout) {
-    static std::map<std::pair<int, int>, std::string> made;
-    auto key = std::make_pair(files, int(layout));
-    auto it = made.find(key);
-    if (it != made.end()) return it->second;
-    std::vector<udfmaster::Node> dirs;
-    for (int d = 0; d * 1000 < files; ++d) {
-        std::vector<udfmaster::Node> children;
-        for (int f = d * 1000; f < files && f < (d + 1) * 1000; ++f)
-            children.push_back(udfmaster::File("file" + std::to_string(f) + ".dat", std::string(size_t(f % 3000), 'x')));
-        dirs.push_back(udfmaster::Dir("dir" + std::to_string(d), children));
-    }
     udfmaster::Options options;
     options.revision = layout == kMetadataPartition || layout == kDumpLayout ? 0x0250 : 0x0201;
     options.efe = options.revision >= 0x0250;
@@ -59,11 +48,7 @@ std::string ImageOf(int files, Layout layout) {
     options.scatter = layout == kScattered;
     options.dataAfterEntry = layout != kPostOrder;
     if (layout == kDumpLayout) options.dataStart = 32768 - 257;  // file data from 64 MiB on
-    udfmaster::Image image = udfmaster::Build(udfmaster::Dir("", dirs), options);
-    std::string path = "/tmp/vexlon-bench-reads-" + std::to_string(files) + "-" + std::to_string(int(layout)) + ".img";
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.bytes.data()),
-                                                static_cast<std::streamsize>(image.bytes.size()));
-    return made[key] = path;
+    return BenchImage(files, options, "reads-" + std::to_string(int(layout)));
 }
 
 DriveFile DriveOf(const std::string& image, const Timing& timing) {

@@ -12,7 +12,7 @@
 #include <map>
 #include <string>
 
-#include "../tools/udfmaster/UdfImageBuilder.h"
+#include "BenchImages.h"
 #include "emulation/EmulatedDevice.h"
 #include "emulation/MmcTarget.h"
 #include "udf/UdfReader.h"
@@ -20,25 +20,11 @@
 namespace {
 
 std::string ImageOf(int files) {
-    static std::map<int, std::string> made;
-    auto it = made.find(files);
-    if (it != made.end()) return it->second;
-    std::vector<udfmaster::Node> dirs;
-    for (int d = 0; d * 1000 < files; ++d) {
-        std::vector<udfmaster::Node> children;
-        for (int f = d * 1000; f < files && f < (d + 1) * 1000; ++f)
-            children.push_back(udfmaster::File("file" + std::to_string(f) + ".dat", std::string(size_t(f % 3000), 'x')));
-        dirs.push_back(udfmaster::Dir("dir" + std::to_string(d), children));
-    }
     udfmaster::Options options;
     options.revision = 0x0250;
     options.efe = true;
     options.ad = udfmaster::kLong;
-    udfmaster::Image image = udfmaster::Build(udfmaster::Dir("", dirs), options);
-    std::string path = "/tmp/vexlon-bench-udf-" + std::to_string(files) + ".img";
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.bytes.data()),
-                                                static_cast<std::streamsize>(image.bytes.size()));
-    return made[files] = path;
+    return BenchImage(files, options, "udf");
 }
 
 double SevenZipListMs(const std::string& image) {
