@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "pages/SectorView.h"
+#include "report/ReportJson.h"
 
 namespace {
 
@@ -144,6 +145,10 @@ bool CheckCommand(const CommandSpec& spec, const std::vector<std::string>& extra
     if (o.operands.size() < spec.minOperands || o.operands.size() > spec.maxOperands) {
         text = UsageOf(spec);
         if (o.operands.size() > spec.maxOperands) text += ", not '" + o.operands[spec.maxOperands] + "'";
+        return false;
+    }
+    if (o.json && !HasJsonDocument(o.command)) {
+        text = "--json is not for " + o.command + ": drives, ids, drive, capabilities, features, media, files and report have it";
         return false;
     }
     uint32_t lba = 0;

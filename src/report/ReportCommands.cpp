@@ -37,7 +37,7 @@ void HexWord(std::string& out, const char* name, uint32_t value) {
 
 }  // namespace
 
-std::string IdsReport(ReportDrive& drive) {
+DriveIds ReadDriveIds(ReportDrive& drive) {
     uint8_t inquiry[kInquiryLength] = {};
     Inquiry(*drive.device, inquiry);
     char vendor[9], product[17], identification[32], display[kDisplayTextSize];
@@ -45,16 +45,26 @@ std::string IdsReport(ReportDrive& drive) {
     TidyCopy(product, inquiry + 16, 16);
     FormatIdentification(inquiry, identification, sizeof identification);
     FormatDisplayText(display, drive.port, drive.target, drive.lun, identification, drive.letter);
+    return {vendor, product, display};
+}
+
+std::string IdsReport(ReportDrive& drive) { return FormatDriveIds(ReadDriveIds(drive)); }
+
+std::string FormatDriveIds(const DriveIds& ids) {
     std::string out;
-    Line(out, "Vendor", vendor);
-    Line(out, "Product", product);
-    Line(out, "Selector", display);
+    Line(out, "Vendor", ids.vendor.c_str());
+    Line(out, "Product", ids.product.c_str());
+    Line(out, "Selector", ids.selector.c_str());
     return out;
 }
 
 std::string CapabilitiesReport(CDevice& device) {
     DriveCapabilities caps{};
     ReadCapabilities(device, caps);
+    return FormatCapabilities(caps);
+}
+
+std::string FormatCapabilities(const DriveCapabilities& caps) {
     std::string out;
     HexWord(out, "page bits", caps.pageBits);
     Decimal(out, "loading mechanism", caps.loadingMechanism);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "device/Capabilities.h"
 #include "device/Device.h"
 
 struct ReportDrive {
@@ -22,7 +23,17 @@ bool RunReportCommand(const std::string& command, ReportDrive& drive, std::strin
 bool RunReportCommand(const std::string& command, const std::vector<std::string>& arguments, ReportDrive& drive,
                       std::string& out, std::string& error);
 
+// The tidied INQUIRY ids and the drive selector's text.
+struct DriveIds {
+    std::string vendor, product, selector;
+};
+DriveIds ReadDriveIds(ReportDrive& drive);
+// Vendor:, Product:, Selector: lines.
+std::string FormatDriveIds(const DriveIds& ids);
+
 std::string IdsReport(ReportDrive& drive);
 std::string CapabilitiesReport(CDevice& device);
+// The capability record as CapabilitiesReport prints it.
+std::string FormatCapabilities(const DriveCapabilities& caps);
 
 const char* ReportUsage();

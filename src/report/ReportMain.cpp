@@ -14,6 +14,7 @@
 #include "device/SptiDevice.h"
 #include "report/CountingDevice.h"
 #include "report/ReportDrives.h"
+#include "report/ReportJson.h"
 #endif
 
 namespace {
@@ -64,7 +65,7 @@ int ListRealDrives(const ReportOptions& options) {
         }
         listed.push_back(d);
     }
-    std::string out = FormatDriveList(listed);
+    std::string out = options.json ? JsonText(DrivesJson(listed)) : FormatDriveList(listed);
     std::fwrite(out.data(), 1, out.size(), stdout);
     return std::fflush(stdout) == 0 ? kExitOk : kExitDriveFailed;
 }

@@ -8,6 +8,7 @@
 #include "emulation/EmulatedDevice.h"
 #include "emulation/MmcTarget.h"
 #include "report/CountingDevice.h"
+#include "report/ReportJson.h"
 #include "report/ReportDrives.h"
 
 namespace {
@@ -66,7 +67,8 @@ int RunDrives(const ReportOptions& options) {
     cost.simulated = true;
     for (const DriveFile& d : drives) listed.push_back(ListEmulatedDrive(d, cost));
     SortListedDrives(listed);
-    int status = WriteStdout(FormatDriveList(listed)) ? kExitOk : kExitDriveFailed;
+    std::string out = options.json ? JsonText(DrivesJson(listed)) : FormatDriveList(listed);
+    int status = WriteStdout(out) ? kExitOk : kExitDriveFailed;
     if (options.stats) std::fputs(FormatDriveCost(cost).c_str(), stderr);
     return status;
 }
@@ -88,7 +90,9 @@ int RunOnOpenDrive(const ReportOptions& options, ReportDrive& drive) {
     std::string out, error;
     bool toFile = options.command == "report" && options.operands.size() == 1;
     std::vector<std::string> operands = toFile ? std::vector<std::string>{} : options.operands;
-    if (!RunReportCommand(options.command, operands, drive, out, error)) {
+    bool ran = options.json ? RunJsonCommand(options.command, drive, out, error)
+                            : RunReportCommand(options.command, operands, drive, out, error);
+    if (!ran) {
         ReportError(error);
         return kExitDriveFailed;
     }
