@@ -12,6 +12,7 @@ struct ReportDrive {
     char letter;
     uint8_t port, target, lun;  // the SCSI address as the selector shows it
     std::string devicePath;     // as enumeration reports it
+    uint8_t pathId = 0;         // the SCSI address's PathId, kept in captures
 };
 
 // Runs `command` on the drive, appending its text to `out`; false with a

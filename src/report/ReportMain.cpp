@@ -41,7 +41,8 @@ int RunOnDevice(const ReportOptions& options) {
     CCountingDevice device(spti);
     const SCSI_ADDRESS& a = spti.Address();
     // A volume path has no interface part: the Interface line stays empty.
-    ReportDrive drive{&device, letter, a.PortNumber, a.TargetId, a.Lun, std::string("\\\\.\\") + letter + ":"};
+    ReportDrive drive{&device, letter, a.PortNumber, a.TargetId, a.Lun, std::string("\\\\.\\") + letter + ":",
+                      a.PathId};
     int status = RunOnOpenDrive(options, drive);
     spti.Close();
     if (options.stats) std::fputs(FormatDriveCost({device.Commands(), device.Sectors(), false, 0}).c_str(), stderr);

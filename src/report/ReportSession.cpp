@@ -8,6 +8,8 @@
 #include "emulation/EmulatedDevice.h"
 #include "emulation/MmcTarget.h"
 #include "report/CountingDevice.h"
+#include "report/DriveCapture.h"
+#include "report/WholeReport.h"
 #include "report/ReportJson.h"
 #include "report/ReportDrives.h"
 
@@ -88,6 +90,12 @@ std::string FormatDriveCost(const DriveCost& cost) {
 
 int RunOnOpenDrive(const ReportOptions& options, ReportDrive& drive) {
     std::string out, error;
+    if (options.command == "capture") {
+        CaptureRequest request{options.operands[0], options.hasSectors, options.sectors, TodayText()};
+        if (CaptureDrive(drive, request, error)) return kExitOk;
+        ReportError(error);
+        return kExitDriveFailed;
+    }
     bool toFile = options.command == "report" && options.operands.size() == 1;
     std::vector<std::string> operands = toFile ? std::vector<std::string>{} : options.operands;
     bool ran = options.json ? RunJsonCommand(options.command, drive, out, error)
@@ -133,7 +141,7 @@ int RunOnDriveFile(const ReportOptions& options) {
     CCountingDevice device(emulated);
     const DriveFile& file = one[0];
     ReportDrive drive{&device, file.letter ? file.letter : 'A', file.address[0], file.address[2],
-                      file.address[3], file.path};
+                      file.address[3], file.path, file.address[1]};
     int status = RunOnOpenDrive(options, drive);
     if (options.stats) {
         DriveCost cost{device.Commands(), device.Sectors(), true, target.ClockMs()};
