@@ -83,6 +83,8 @@ std::string BuildHelp() {
         "       vexlon-report --drive FILE.drive capture [--sectors N] OUT.drive\n"
 #ifdef _WIN32
         "       vexlon-report --device E: COMMAND\n"
+#elif defined(__linux__)
+        "       vexlon-report --device /dev/sr0 COMMAND\n"
 #endif
         "       vexlon-report [--drive FILE.drive]... [--drives FOLDER]... drives\n"
         "       vexlon-report COMMAND --help\n"
@@ -91,6 +93,8 @@ std::string BuildHelp() {
         "drive file (an emulated drive and its disc)"
 #ifdef _WIN32
         " or from a real drive letter"
+#elif defined(__linux__)
+        " or from a real drive through SG_IO"
 #endif
         ".\n\n"
         "options (before the command, in any order):\n"
@@ -98,6 +102,8 @@ std::string BuildHelp() {
         "  --drives FOLDER     every drive file in FOLDER (drives only)\n"
 #ifdef _WIN32
         "  --device E:         the optical drive with that letter\n"
+#elif defined(__linux__)
+        "  --device /dev/sr0   the optical drive at that path (sr or sg device)\n"
 #endif
         "  --json              one JSON document instead of text (drives, ids,\n"
         "                      drive, capabilities, features, media, files, report)\n"

@@ -17,7 +17,29 @@
 #include "report/ReportJson.h"
 #endif
 
+#ifdef VEXLON_SG_DEVICES
+#include "device/SgIoDevice.h"
+#include "report/CountingDevice.h"
+#endif
+
 namespace {
+
+#ifdef VEXLON_SG_DEVICES
+int RunOnSgDevice(const ReportOptions& options) {
+    CSgIoDevice sg(LinuxSgSeam());
+    if (!sg.Open(options.device.c_str())) {
+        ReportError(sg.OpenError());
+        return kExitDriveFailed;
+    }
+    CCountingDevice device(sg);
+    // Linux names drives by path: the selector's letter and the SCSI address stay unknown.
+    ReportDrive drive{&device, '?', 0, 0, 0, options.device, 0};
+    int status = RunOnOpenDrive(options, drive);
+    sg.Close();
+    if (options.stats) std::fputs(FormatDriveCost({device.Commands(), device.Sectors(), false, 0}).c_str(), stderr);
+    return status;
+}
+#endif
 
 #ifdef VEXLON_REAL_DEVICES
 bool ParseLetter(const std::string& name, char& letter) {
@@ -97,9 +119,15 @@ int main(int argc, char** argv) {
     if (!options.device.empty()) return RunOnDevice(options);
     if (options.command == "drives" && options.driveFiles.empty() && options.driveFolders.empty())
         return ListRealDrives(options);
+#elif defined(VEXLON_SG_DEVICES)
+    if (!options.device.empty()) return RunOnSgDevice(options);
+    if (options.command == "drives" && options.driveFiles.empty() && options.driveFolders.empty()) {
+        ReportError("drives lists the machine's drives on Windows only; on Linux name them: --device /dev/sr0");
+        return kExitUsage;
+    }
 #else
     if (!options.device.empty()) {
-        std::fputs("usage: vexlon-report: --device needs a Windows build; use --drive FILE.drive\n", stderr);
+        std::fputs("usage: vexlon-report: --device needs a Windows or Linux build; use --drive FILE.drive\n", stderr);
         return kExitUsage;
     }
 #endif
