@@ -61,7 +61,7 @@ CapturedMedium ProbeMedium(CDevice& device) {
 
 // Sectors 0..count-1 in 64 KiB reads; a run that fails is read again sector by
 // sector, and a sector that still fails is saved as zeros.
-bool WriteImage(CDevice& device, uint32_t count, const std::string& path, std::string& error) {
+bool WriteImage(CDevice& device, uint32_t count, const std::string& path, CProgress* progress, std::string& error) {
     FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) {
         error = "cannot create " + path;
@@ -78,6 +78,7 @@ bool WriteImage(CDevice& device, uint32_t count, const std::string& path, std::s
         }
         ok = std::fwrite(run.get(), kSectorSize, n, f) == n;
         lba += n;
+        if (progress) progress->Advance(lba, count);
     }
     ok = std::fclose(f) == 0 && ok;
     if (!ok) error = "cannot write " + path;
@@ -143,7 +144,7 @@ bool CaptureDrive(ReportDrive& drive, const CaptureRequest& request, std::string
     // Both files appear together or not at all.
     std::string drivePart = request.outPath + ".part", imagePart = image + ".part";
     bool ok = WriteText(drivePart, text, error);
-    if (ok && request.withImage) ok = WriteImage(*drive.device, count, imagePart, error);
+    if (ok && request.withImage) ok = WriteImage(*drive.device, count, imagePart, request.progress, error);
     std::error_code ec;
     if (ok && request.withImage) fs::rename(fs::u8path(imagePart), fs::u8path(image), ec);
     if (ok && !ec) fs::rename(fs::u8path(drivePart), fs::u8path(request.outPath), ec);

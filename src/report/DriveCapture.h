@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/Progress.h"
 #include "report/RecordingDevice.h"
 #include "report/ReportCommands.h"
 
@@ -15,6 +16,7 @@ struct CaptureRequest {
     bool withImage = false;   // --sectors given
     uint32_t sectors = 0;     // sectors 0..N-1 to save
     std::string date;         // for the comment line
+    CProgress* progress = nullptr;  // told of the image's sectors
 };
 
 // What the drive file's header says about the medium.

@@ -9,6 +9,7 @@
 #include "emulation/MmcTarget.h"
 #include "report/CountingDevice.h"
 #include "report/DriveCapture.h"
+#include "report/ProgressLine.h"
 #include "report/WholeReport.h"
 #include "report/ReportJson.h"
 #include "report/ReportDrives.h"
@@ -75,6 +76,13 @@ int RunDrives(const ReportOptions& options) {
     return status;
 }
 
+// The progress line ends before any error is printed.
+bool CaptureWithProgress(const ReportOptions& options, ReportDrive& drive, std::string& error) {
+    CProgressLine progress(CProgressLine::TerminalStderr());
+    CaptureRequest request{options.operands[0], options.hasSectors, options.sectors, TodayText(), &progress};
+    return CaptureDrive(drive, request, error);
+}
+
 }  // namespace
 
 void ReportError(const std::string& message) {
@@ -91,8 +99,7 @@ std::string FormatDriveCost(const DriveCost& cost) {
 int RunOnOpenDrive(const ReportOptions& options, ReportDrive& drive) {
     std::string out, error;
     if (options.command == "capture") {
-        CaptureRequest request{options.operands[0], options.hasSectors, options.sectors, TodayText()};
-        if (CaptureDrive(drive, request, error)) return kExitOk;
+        if (CaptureWithProgress(options, drive, error)) return kExitOk;
         ReportError(error);
         return kExitDriveFailed;
     }
