@@ -206,6 +206,8 @@ std::string CommandHelpText(const std::string& command) {
 CommandLineOutcome ParseReportCommandLine(int argc, const char* const* argv, ReportOptions& o, std::string& text) {
     CLI::App app{"", "vexlon-report"};
     app.set_help_flag("-h,--help");
+    // Disc paths start with '/': on Windows too they are operands, never options.
+    app.allow_windows_style_options(false);
     app.allow_extras();
     app.require_subcommand(0, 1);
     app.add_option("--drive", o.driveFiles)->type_size(1)->allow_extra_args(false)
