@@ -61,10 +61,11 @@ CapturedMedium ProbeMedium(CDevice& device) {
 
 // Sectors 0..count-1 in 64 KiB reads; a run that fails is read again sector by
 // sector, and a sector that still fails is saved as zeros.
-bool WriteImage(CDevice& device, uint32_t count, const std::string& path, CProgress* progress, std::string& error) {
+bool WriteImage(CDevice& device, uint32_t count, const std::string& path, const std::string& shown,
+                CProgress* progress, std::string& error) {
     FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) {
-        error = "cannot create " + path;
+        error = "cannot create " + shown;
         return false;
     }
     std::unique_ptr<uint8_t[]> run(new uint8_t[kImageRunSectors * kSectorSize]);
@@ -81,19 +82,19 @@ bool WriteImage(CDevice& device, uint32_t count, const std::string& path, CProgr
         if (progress) progress->Advance(lba, count);
     }
     ok = std::fclose(f) == 0 && ok;
-    if (!ok) error = "cannot write " + path;
+    if (!ok) error = "cannot write " + shown;
     return ok;
 }
 
-bool WriteText(const std::string& path, const std::string& text, std::string& error) {
+bool WriteText(const std::string& path, const std::string& text, const std::string& shown, std::string& error) {
     FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) {
-        error = "cannot create " + path;
+        error = "cannot create " + shown;
         return false;
     }
     bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
     ok = std::fclose(f) == 0 && ok;
-    if (!ok) error = "cannot write " + path;
+    if (!ok) error = "cannot write " + shown;
     return ok;
 }
 
@@ -143,8 +144,8 @@ bool CaptureDrive(ReportDrive& drive, const CaptureRequest& request, std::string
     std::string text = FormatCapture(drive, ids, recorder.Replies(), medium, imageName, request.date);
     // Both files appear together or not at all.
     std::string drivePart = request.outPath + ".part", imagePart = image + ".part";
-    bool ok = WriteText(drivePart, text, error);
-    if (ok && request.withImage) ok = WriteImage(*drive.device, count, imagePart, request.progress, error);
+    bool ok = WriteText(drivePart, text, request.outPath, error);
+    if (ok && request.withImage) ok = WriteImage(*drive.device, count, imagePart, image, request.progress, error);
     std::error_code ec;
     if (ok && request.withImage) fs::rename(fs::u8path(imagePart), fs::u8path(image), ec);
     if (ok && !ec) fs::rename(fs::u8path(drivePart), fs::u8path(request.outPath), ec);

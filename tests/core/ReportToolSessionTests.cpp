@@ -118,3 +118,31 @@ TEST(ReportToolSession, ReportToAFileAndToAPathThatCannotBeWritten) {
 
 }  // namespace
 #endif
+
+#ifndef _WIN32
+namespace {
+
+TEST(ReportToolCapture, CaptureFromTheCommandLineReplaysAndRefusesAnUnwritablePath) {
+    namespace fs = std::filesystem;
+    std::string drive = ShellQuoted(SharedPath("drives/dvdram-writer-recorded-dvdrw.drive"));
+    fs::path dir = fs::temp_directory_path() / ("vexlon-tool-capture-" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::string capture = (dir / "my-drive.drive").string();
+    ReportToolRun r = RunReportTool("--stats --drive " + drive + " capture --sectors 3100 " + ShellQuoted(capture));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_TRUE(r.out.empty());
+    // Not a terminal: no progress line, only the figures.
+    EXPECT_EQ(r.err.rfind("commands: ", 0), 0u) << r.err;
+    EXPECT_TRUE(fs::exists(dir / "my-drive.iso"));
+    for (const char* command : {"ids", "drive", "capabilities", "features", "media", "files", "report"}) {
+        std::string original = RunReportTool("--drive " + drive + " " + command).out;
+        EXPECT_EQ(RunReportTool("--drive " + ShellQuoted(capture) + " " + command).out, original) << command;
+    }
+    ReportToolRun bad = RunReportTool("--drive " + drive + " capture /nonexistent-dir/x.drive");
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.err, "vexlon-report: cannot create /nonexistent-dir/x.drive\n");
+    fs::remove_all(dir);
+}
+
+}  // namespace
+#endif
