@@ -143,21 +143,37 @@ float GetSpeedDivisor(const CDevice& device) {
     }
 }
 
+DiscInformationState DecodeDiscInformation(const ByteReader& r) {
+    return {static_cast<uint8_t>(r.U8(2) & 3u), static_cast<uint8_t>((r.U8(2) >> 2) & 3u), r.Bit(2, 4), r.U8(4)};
+}
+
+DiscInformationState ReadDiscInformationState(CDevice& device) {
+    uint8_t info[kDiscInformationLength] = {};
+    ReadDiscInformation(device, info, kDiscInformationLength);
+    return DecodeDiscInformation(ByteReader(info, sizeof info));
+}
+
+const char* DiscStatusName(uint8_t status) {
+    static const char* const kStatus[] = {"Empty", "Incomplete", "Finalized", "Others"};
+    return kStatus[status & 3u];
+}
+
+const char* SessionStateName(uint8_t state) {
+    static const char* const kSession[] = {"Empty", "Incomplete", "Damaged/Finalization", "Complete"};
+    return kSession[state & 3u];
+}
+
 bool FormatDiscInformation(CDevice& device, std::string& text) {
     text.clear();
     if (device.MediaType == 0) return true;
     text += "\r\nDisc Information:\r\n";
-    uint8_t info[kDiscInformationLength] = {};
-    ReadDiscInformation(device, info, kDiscInformationLength);
-    ByteReader r(info, sizeof info);
-    static const char* const kStatus[] = {"Empty", "Incomplete", "Finalized", "Others"};
-    static const char* const kSession[] = {"Empty", "Incomplete", "Damaged/Finalization", "Complete"};
-    uint8_t status = r.U8(2) & 3u;
-    AppendFormat(text, "Status: %s\r\n", kStatus[status]);
-    AppendFormat(text, "State of Last Session: %s\r\n", kSession[(r.U8(2) >> 2) & 3u]);
-    AppendFormat(text, "Erasable: %s\r\n", r.Bit(2, 4) ? "Yes" : "No");
+    DiscInformationState state = ReadDiscInformationState(device);
+    uint8_t status = state.status;
+    AppendFormat(text, "Status: %s\r\n", DiscStatusName(status));
+    AppendFormat(text, "State of Last Session: %s\r\n", SessionStateName(state.lastSession));
+    AppendFormat(text, "Erasable: %s\r\n", state.erasable ? "Yes" : "No");
     if (status != 0) {
-        AppendFormat(text, "Sessions: %d\r\n", r.U8(4));
+        AppendFormat(text, "Sessions: %d\r\n", state.sessions);
         uint32_t sectors = GetRecordedCapacity(device) + 1u;
         AppendFormat(text, "Sectors: %s\r\n", FormatThousands(sectors).c_str());
         AppendFormat(text, "Space: %s bytes\r\n",

@@ -26,5 +26,19 @@ uint32_t GetWriteSpeeds(CDevice& device, uint32_t* speeds, uint32_t max);
 // kB/s of "1x" for the device's media family.
 float GetSpeedDivisor(const CDevice& device);
 
+// What the Disc Information section shows of READ DISC INFORMATION.
+struct DiscInformationState {
+    uint8_t status;       // 0 Empty, 1 Incomplete, 2 Finalized, 3 Others
+    uint8_t lastSession;  // 0 Empty, 1 Incomplete, 2 Damaged/Finalization, 3 Complete
+    bool erasable;
+    uint8_t sessions;
+};
+DiscInformationState DecodeDiscInformation(const ByteReader& info);
+// Sends READ DISC INFORMATION (its result unreported, as the section has it).
+DiscInformationState ReadDiscInformationState(CDevice& device);
+// The section's wording of the two states.
+const char* DiscStatusName(uint8_t status);
+const char* SessionStateName(uint8_t state);
+
 // The Disc Information section; empty when the medium is unknown. Always true.
 bool FormatDiscInformation(CDevice& device, std::string& text);

@@ -26,9 +26,9 @@ const LeadInCode kLeadInCodes[] = {
     {97, 34, 2, "Mitsubishi Chemical Corporation"},
 };
 
-std::string MinutesSecondsFrames(const ByteReader& r, size_t offset) {
+std::string MinutesSecondsFrames(const uint8_t (&msf)[3]) {
     std::string text;
-    AppendFormat(text, "%dm%ds%df", r.U8(offset), r.U8(offset + 1), r.U8(offset + 2));
+    AppendFormat(text, "%dm%ds%df", msf[0], msf[1], msf[2]);
     return text;
 }
 
@@ -41,53 +41,113 @@ const char* AtipManufacturer(uint8_t minutes, uint8_t seconds, uint8_t frames) {
     return "";
 }
 
-bool FormatCapacitiesSection(CDevice& device, std::string& text) {
-    text.clear();
-    uint8_t answer[kFormatCapacitiesSectionLength] = {};
-    if (!ReadFormatCapacities(device, answer, kFormatCapacitiesSectionLength)) return false;
-    ByteReader r(answer, sizeof answer);
+FormatCapacityList DecodeFormatCapacities(const ByteReader& r) {
+    FormatCapacityList list;
     uint8_t listLength = r.U8(3);
-    if (listLength < 9) return true;  // the current/maximum descriptor alone
-    text += "\r\nFormat Capacities:\r\n";
-    AppendFormat(text, "DT: 0x%02X - NB: %d (0x%08X) - TDP: %d\r\n", r.U8(8) & 3u,
-                 static_cast<int32_t>(r.BE32(4)), r.BE32(4), static_cast<int32_t>(r.BE24(9)));
+    if (listLength < 9) return list;
+    list.listed = true;
+    list.current = {static_cast<uint8_t>(r.U8(8) & 3u), r.BE32(4), r.BE24(9)};
     // The list length byte at most 255 keeps every descriptor in the buffer.
     uint32_t count = (static_cast<uint8_t>(listLength - 9) >> 3) + 1u;
     for (uint32_t i = 0; i < count; ++i) {
         size_t d = 12 + 8 * static_cast<size_t>(i);
-        AppendFormat(text, "FT: 0x%02X - NB: %d (0x%08X) - TDP: %d\r\n", r.U8(d + 4) >> 2,
-                     static_cast<int32_t>(r.BE32(d)), r.BE32(d), static_cast<int32_t>(r.BE24(d + 5)));
+        list.descriptors.push_back({static_cast<uint8_t>(r.U8(d + 4) >> 2), r.BE32(d), r.BE24(d + 5)});
     }
-    return true;
+    return list;
 }
 
-bool TocSection(CDevice& device, std::string& text) {
-    text.clear();
-    uint8_t answer[kTocLength] = {};
-    if (!ReadTocPmaAtip(device, 0, answer, kTocLength)) return false;
-    ByteReader r(answer, sizeof answer);
-    text += "\r\nTOC Information:\r\n";
+std::vector<TocEntry> DecodeToc(const ByteReader& r) {
+    std::vector<TocEntry> entries;
     int32_t count = (static_cast<int32_t>(r.BE16(0)) - 2) / 8;
     // A data length past the buffer asked for lists only what the buffer holds.
     if (count > kMaxTocDescriptors) count = kMaxTocDescriptors;
     for (int32_t i = 0; i < count; ++i) {
         size_t d = 4 + 8 * static_cast<size_t>(i);
-        AppendFormat(text, "-> Track %02X Lba:%d, Adr:%d, Control:%d\r\n", r.U8(d + 2),
-                     static_cast<int32_t>(r.BE32(d + 4)), r.U8(d + 1) >> 4, r.U8(d + 1) & 0x0Fu);
+        entries.push_back({r.U8(d + 2), static_cast<int32_t>(r.BE32(d + 4)), static_cast<uint8_t>(r.U8(d + 1) >> 4),
+                           static_cast<uint8_t>(r.U8(d + 1) & 0x0Fu)});
     }
+    return entries;
+}
+
+AtipTimes DecodeAtip(const ByteReader& r) {
+    return {{r.U8(8), r.U8(9), r.U8(10)}, {r.U8(12), r.U8(13), r.U8(14)}};
+}
+
+std::vector<PerformanceDescriptor> DecodePerformance(const ByteReader& r) {
+    std::vector<PerformanceDescriptor> descriptors;
+    uint32_t count = r.BE32(0) >> 4;
+    // The drive's data length is not bounded by the 32 descriptors asked
+    // for; the listing stops where the buffer does.
+    if (count > kMaxPerformanceDescriptors) count = kMaxPerformanceDescriptors;
+    for (uint32_t i = 0; i < count; ++i) {
+        size_t d = 8 + 16 * static_cast<size_t>(i);
+        descriptors.push_back({r.U8(d), r.BE32(d + 4), r.BE32(d + 8), r.BE32(d + 12)});
+    }
+    return descriptors;
+}
+
+bool ReadFormatCapacityList(CDevice& device, FormatCapacityList& list) {
+    uint8_t answer[kFormatCapacitiesSectionLength] = {};
+    if (!ReadFormatCapacities(device, answer, kFormatCapacitiesSectionLength)) return false;
+    list = DecodeFormatCapacities(ByteReader(answer, sizeof answer));
+    return true;
+}
+
+bool ReadTocEntries(CDevice& device, std::vector<TocEntry>& entries) {
+    uint8_t answer[kTocLength] = {};
+    if (!ReadTocPmaAtip(device, 0, answer, kTocLength)) return false;
+    entries = DecodeToc(ByteReader(answer, sizeof answer));
+    return true;
+}
+
+bool ReadAtipTimes(CDevice& device, AtipTimes& times) {
+    uint8_t answer[kAtipLength] = {};
+    if (!ReadTocPmaAtip(device, 4, answer, kAtipLength)) return false;
+    times = DecodeAtip(ByteReader(answer, sizeof answer));
+    return true;
+}
+
+bool ReadPerformanceDescriptors(CDevice& device, std::vector<PerformanceDescriptor>& descriptors) {
+    uint8_t answer[kPerformanceLength] = {};
+    if (!GetWritePerformance(device, answer)) return false;
+    descriptors = DecodePerformance(ByteReader(answer, sizeof answer));
+    return true;
+}
+
+bool FormatCapacitiesSection(CDevice& device, std::string& text) {
+    text.clear();
+    FormatCapacityList list;
+    if (!ReadFormatCapacityList(device, list)) return false;
+    if (!list.listed) return true;
+    text += "\r\nFormat Capacities:\r\n";
+    const FormatCapacity& c = list.current;
+    AppendFormat(text, "DT: 0x%02X - NB: %d (0x%08X) - TDP: %d\r\n", c.type, static_cast<int32_t>(c.blocks), c.blocks,
+                 static_cast<int32_t>(c.parameter));
+    for (const FormatCapacity& f : list.descriptors)
+        AppendFormat(text, "FT: 0x%02X - NB: %d (0x%08X) - TDP: %d\r\n", f.type, static_cast<int32_t>(f.blocks),
+                     f.blocks, static_cast<int32_t>(f.parameter));
+    return true;
+}
+
+bool TocSection(CDevice& device, std::string& text) {
+    text.clear();
+    std::vector<TocEntry> entries;
+    if (!ReadTocEntries(device, entries)) return false;
+    text += "\r\nTOC Information:\r\n";
+    for (const TocEntry& e : entries)
+        AppendFormat(text, "-> Track %02X Lba:%d, Adr:%d, Control:%d\r\n", e.track, e.lba, e.adr, e.control);
     return true;
 }
 
 bool AtipSection(CDevice& device, std::string& text) {
     text.clear();
-    uint8_t answer[kAtipLength] = {};
-    if (!ReadTocPmaAtip(device, 4, answer, kAtipLength)) return false;
-    ByteReader r(answer, sizeof answer);
-    std::string leadIn = MinutesSecondsFrames(r, 8);
-    std::string leadOut = MinutesSecondsFrames(r, 12);
+    AtipTimes times{};
+    if (!ReadAtipTimes(device, times)) return false;
+    std::string leadIn = MinutesSecondsFrames(times.leadIn);
+    std::string leadOut = MinutesSecondsFrames(times.leadOut);
     text += "\r\nATIP Information:\r\n";
     AppendFormat(text, "Disc ID: %s\r\n", leadIn.c_str());
-    AppendFormat(text, "Manufacturer: %s\r\n", AtipManufacturer(r.U8(8), r.U8(9), r.U8(10)));
+    AppendFormat(text, "Manufacturer: %s\r\n", AtipManufacturer(times.leadIn[0], times.leadIn[1], times.leadIn[2]));
     AppendFormat(text, "Start Time of LeadIn: %s\r\n", leadIn.c_str());
     AppendFormat(text, "Last Possible Start Time of LeadOut: %s\r\n\r\n", leadOut.c_str());
     return true;
@@ -97,22 +157,17 @@ void PerformanceSection(CDevice& device, std::string& text) {
     if (device.MediaFamily == FamilyUnknown) return;
     text.clear();
     float divisor = GetSpeedDivisor(device);
-    uint8_t answer[kPerformanceLength] = {};
-    if (!GetWritePerformance(device, answer)) return;
-    ByteReader r(answer, sizeof answer);
+    std::vector<PerformanceDescriptor> descriptors;
+    if (!ReadPerformanceDescriptors(device, descriptors)) return;
     text += "\r\nPerformance (Write Speed):\r\n";
-    uint32_t count = r.BE32(0) >> 4;
-    // The drive's data length is not bounded by the 32 descriptors asked
-    // for; the listing stops where the buffer does.
-    if (count > kMaxPerformanceDescriptors) count = kMaxPerformanceDescriptors;
-    for (uint32_t i = 0; i < count; ++i) {
-        size_t d = 8 + 16 * static_cast<size_t>(i);
-        uint8_t flags = r.U8(d);
-        uint32_t read = r.BE32(d + 8), write = r.BE32(d + 12);
+    for (size_t i = 0; i < descriptors.size(); ++i) {
+        const PerformanceDescriptor& p = descriptors[i];
+        uint8_t flags = p.flags;
+        uint32_t read = p.readSpeed, write = p.writeSpeed;
         AppendFormat(text, "Descriptor %d...\r\n", static_cast<int>(i));
         AppendFormat(text, "    MRW: %d, Exact: %d, RDD: %d, WRC: %d\r\n", flags & 1, (flags >> 1) & 1,
                      (flags >> 2) & 1, (flags >> 3) & 3);
-        AppendFormat(text, "    EndLba: %d (0x%08X)\r\n", static_cast<int32_t>(r.BE32(d + 4)), r.BE32(d + 4));
+        AppendFormat(text, "    EndLba: %d (0x%08X)\r\n", static_cast<int32_t>(p.endLba), p.endLba);
         AppendFormat(text, "    ReadSpeed: %d KB/s (%.1fx) - WriteSpeed: %d KB/s (%.1fx)\r\n",
                      static_cast<int32_t>(read), static_cast<double>(static_cast<float>(read) / divisor),
                      static_cast<int32_t>(write), static_cast<double>(static_cast<float>(write) / divisor));

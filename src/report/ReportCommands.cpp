@@ -11,6 +11,8 @@
 #include "pages/MediaReport.h"
 #include "pages/DiscDump.h"
 #include "pages/SectorView.h"
+#include "report/ReportCommandLine.h"
+#include "report/WholeReport.h"
 
 namespace {
 
@@ -35,7 +37,7 @@ void HexWord(std::string& out, const char* name, uint32_t value) {
 
 }  // namespace
 
-std::string IdsReport(ReportDrive& drive) {
+DriveIds ReadDriveIds(ReportDrive& drive) {
     uint8_t inquiry[kInquiryLength] = {};
     Inquiry(*drive.device, inquiry);
     char vendor[9], product[17], identification[32], display[kDisplayTextSize];
@@ -43,16 +45,26 @@ std::string IdsReport(ReportDrive& drive) {
     TidyCopy(product, inquiry + 16, 16);
     FormatIdentification(inquiry, identification, sizeof identification);
     FormatDisplayText(display, drive.port, drive.target, drive.lun, identification, drive.letter);
+    return {vendor, product, display};
+}
+
+std::string IdsReport(ReportDrive& drive) { return FormatDriveIds(ReadDriveIds(drive)); }
+
+std::string FormatDriveIds(const DriveIds& ids) {
     std::string out;
-    Line(out, "Vendor", vendor);
-    Line(out, "Product", product);
-    Line(out, "Selector", display);
+    Line(out, "Vendor", ids.vendor.c_str());
+    Line(out, "Product", ids.product.c_str());
+    Line(out, "Selector", ids.selector.c_str());
     return out;
 }
 
 std::string CapabilitiesReport(CDevice& device) {
     DriveCapabilities caps{};
     ReadCapabilities(device, caps);
+    return FormatCapabilities(caps);
+}
+
+std::string FormatCapabilities(const DriveCapabilities& caps) {
     std::string out;
     HexWord(out, "page bits", caps.pageBits);
     Decimal(out, "loading mechanism", caps.loadingMechanism);
@@ -93,6 +105,10 @@ bool RunReportCommand(const std::string& command, ReportDrive& drive, std::strin
     }
     if (command == "files") {
         out += FilesReport(*drive.device);
+        return true;
+    }
+    if (command == "report") {
+        out += WholeReport(drive, TodayText());
         return true;
     }
     error = "unknown command '" + command + "' (see --help)";
@@ -137,38 +153,4 @@ bool RunReportCommand(const std::string& command, const std::vector<std::string>
     return RunReportCommand(command, drive, out, error);
 }
 
-const char* ReportUsage() {
-    return "usage: vexlon-report --drive FILE.drive COMMAND\n"
-           "       vexlon-report --drive FILE.drive extract PATH OUT\n"
-           "       vexlon-report --drive FILE.drive sector N | dump OUT\n"
-#ifdef _WIN32
-           "       vexlon-report --device E: COMMAND\n"
-#endif
-           "\n"
-           "Prints what Vexlon Inspector shows for one optical drive, read from a\n"
-           "drive file (an emulated drive and its disc)"
-#ifdef _WIN32
-           " or from a real drive letter"
-#endif
-           ".\n\n"
-           "commands:\n"
-           "  ids           the tidied INQUIRY vendor and product ids and the drive\n"
-           "                selector's text: Vendor:, Product:, Selector: lines\n"
-           "  drive         the Drive page's eleven fields, one 'Label value' line each\n"
-           "  capabilities  every field of the drive's capability record (mode page\n"
-           "                2Ah and the feature list), one 'name: value' line each;\n"
-           "                bit words as 0x plus 8 hex digits, the rest in decimal\n"
-           "  features      the Feature page's 64 shown labels in the page's order, one\n"
-           "                'group<TAB>caption<TAB>on|off' line each\n"
-           "  media         the Media page's report exactly as the page shows it, with\n"
-           "                CR LF line ends\n"
-           "  files         the File page's export of the disc's UDF tree\n"
-           "                (filesystem.txt) byte for byte, with CR LF line ends\n"
-           "  extract PATH OUT  copies the disc file PATH to OUT\n"
-           "  sector N      the Sector Viewer's text for sector N exactly as the page\n"
-           "                shows it, with CR LF line ends\n"
-           "  dump OUT      the disc dump (Save Image): sectors 0 up to the first file\n"
-           "                data of the UDF volume, at most to the end of the medium\n"
-           "\n"
-           "Errors go to standard error and end with a non-zero exit status.\n";
-}
+const char* ReportUsage() { return ReportHelpText().c_str(); }
