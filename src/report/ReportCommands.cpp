@@ -11,6 +11,7 @@
 #include "pages/MediaReport.h"
 #include "pages/DiscDump.h"
 #include "pages/SectorView.h"
+#include "report/ProgressLine.h"
 #include "report/ReportCommandLine.h"
 #include "report/WholeReport.h"
 
@@ -122,7 +123,9 @@ bool RunReportCommand(const std::string& command, const std::vector<std::string>
             error = "extract takes PATH OUT";
             return false;
         }
-        return ExtractReport(*drive.device, arguments[0], arguments[1], error);
+        // The progress line ends (its scope) before any error is printed.
+        CProgressLine progress(CProgressLine::TerminalStderr());
+        return ExtractReport(*drive.device, arguments[0], arguments[1], error, &progress);
     }
     if (command == "sector") {
         uint32_t lba = 0;
@@ -138,7 +141,12 @@ bool RunReportCommand(const std::string& command, const std::vector<std::string>
             error = "dump takes OUT";
             return false;
         }
-        switch (DumpDisc(*drive.device, arguments[0].c_str())) {
+        DumpOutcome outcome;
+        {
+            CProgressLine progress(CProgressLine::TerminalStderr());
+            outcome = DumpDisc(*drive.device, arguments[0].c_str(), nullptr, &progress);
+        }
+        switch (outcome) {
         case DumpOutcome::Written: return true;
         case DumpOutcome::NoVolume: error = "no UDF volume on the disc: nothing dumped"; return false;
         case DumpOutcome::NothingToCopy: error = "no sectors lie before the first file data: nothing dumped"; return false;

@@ -10,6 +10,7 @@
 #include "report/CountingDevice.h"
 #include "report/DriveCapture.h"
 #include "report/ProgressLine.h"
+#include "report/UdfReport.h"
 #include "report/WholeReport.h"
 #include "report/ReportJson.h"
 #include "report/ReportDrives.h"
@@ -102,6 +103,12 @@ int RunOnOpenDrive(const ReportOptions& options, ReportDrive& drive) {
         if (CaptureWithProgress(options, drive, error)) return kExitOk;
         ReportError(error);
         return kExitDriveFailed;
+    }
+    if (options.command == "files" && !options.json && options.operands.empty()) {
+        // Streamed as it is made: a listing is never held whole.
+        CFileSink sink(stdout);
+        bool written = FilesReport(*drive.device, sink);
+        return std::fflush(stdout) == 0 && written ? kExitOk : kExitDriveFailed;
     }
     bool toFile = options.command == "report" && options.operands.size() == 1;
     std::vector<std::string> operands = toFile ? std::vector<std::string>{} : options.operands;
