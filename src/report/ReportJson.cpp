@@ -53,7 +53,22 @@ Json TimestampJson(const uint8_t* timestamp) {
     return text;
 }
 
-Json NodeJson(const FileNode* node, uint32_t depth) {
+// Nodes and extents in one files document: a JSON value costs far more than
+// the node it shows, so a disc that names a few entries over and over (the
+// reader allows a million extents) would otherwise take gigabytes here.
+constexpr uint32_t kJsonMaxEntries = 200000;
+
+struct JsonBudget {
+    uint32_t left = kJsonMaxEntries;
+    bool cut = false;
+    bool Take() {
+        if (left == 0) return !(cut = true);
+        --left;
+        return true;
+    }
+};
+
+Json NodeJson(const FileNode* node, uint32_t depth, JsonBudget& budget) {
     Json j;
     j["name"] = NodeName(node);
     j["directory"] = node->isDirectory != 0;
@@ -62,13 +77,14 @@ Json NodeJson(const FileNode* node, uint32_t depth) {
         Json children = Json::array();
         // The reader bounds the depth already; this keeps the walk bounded on its own.
         if (depth < kUdfMaxDirectoryDepth + 2)
-            for (const FileNode* c = node->firstChild; c; c = c->nextSibling) children.push_back(NodeJson(c, depth + 1));
+            for (const FileNode* c = node->firstChild; c && budget.Take(); c = c->nextSibling)
+                children.push_back(NodeJson(c, depth + 1, budget));
         j["children"] = std::move(children);
         return j;
     }
     j["size"] = node->size;
     Json extents = Json::array();
-    for (uint32_t i = 0; i < node->extentCount; ++i)
+    for (uint32_t i = 0; i < node->extentCount && budget.Take(); ++i)
         extents.push_back({{"start", node->extents[i].start}, {"length", node->extents[i].length}});
     j["extents"] = std::move(extents);
     return j;
@@ -229,7 +245,9 @@ JsonDocument FilesJson(ReportDrive& drive) {
     CUdfReader reader;
     bool mounted = reader.MountDevice(drive.device);
     Json j{{"mounted", mounted}};
-    j["root"] = mounted && reader.root ? NodeJson(reader.root, 0) : Json(nullptr);
+    JsonBudget budget;
+    j["root"] = mounted && reader.root ? NodeJson(reader.root, 0, budget) : Json(nullptr);
+    if (budget.cut) j["cut"] = true;
     j["text"] = FormatFileSystemListing(mounted ? &reader : nullptr);
     return j;
 }
