@@ -10,7 +10,7 @@ PACKAGES=(
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   wine wine64 xvfb xauth x11-utils xdotool imagemagick
   p7zip-full udftools libudfread-dev xsltproc libxml2-utils chromium
-  libcli11-dev nlohmann-json3-dev python3-jsonschema
+  libcli11-dev nlohmann-json3-dev python3-jsonschema time
 )
 missing=()
 for p in "${PACKAGES[@]}"; do
