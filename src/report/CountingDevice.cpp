@@ -6,10 +6,7 @@ constexpr uint8_t kRead10 = 0x28;
 
 }  // namespace
 
-CCountingDevice::CCountingDevice(CDevice& device) : inner(device) {
-    handle = inner.handle;
-    LUN = inner.LUN;
-}
+CCountingDevice::CCountingDevice(CDevice& device) : CForwardingDevice(device) {}
 
 bool CCountingDevice::ExecuteCommand(const ScsiCommand& command, ScsiResult* result) {
     ++commands;

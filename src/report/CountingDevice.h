@@ -4,25 +4,19 @@
 
 #include <cstdint>
 
-#include "device/Device.h"
+#include "device/ForwardingDevice.h"
 
-class CCountingDevice final : public CDevice {
+class CCountingDevice final : public CForwardingDevice {
 public:
     explicit CCountingDevice(CDevice& inner);
     ~CCountingDevice() = default;
 
-    bool Open(const char* path) override { return inner.Open(path); }
-    bool OpenDriveLetter(uint32_t index) override { return inner.OpenDriveLetter(index); }
-    bool Lock() override { return inner.Lock(); }
     bool ExecuteCommand(const ScsiCommand& command, ScsiResult* result) override;
-    bool Unlock() override { return inner.Unlock(); }
-    bool Close() override { return inner.Close(); }
 
     uint64_t Commands() const { return commands; }
     uint64_t Sectors() const { return sectors; }
 
 private:
-    CDevice& inner;
     uint64_t commands = 0;
     uint64_t sectors = 0;
 };

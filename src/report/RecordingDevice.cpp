@@ -55,10 +55,7 @@ void SenseCodes(const uint8_t* sense, uint32_t length, uint8_t& key, uint8_t& as
     ascq = descriptor ? s.U8(3) : s.U8(13);
 }
 
-CRecordingDevice::CRecordingDevice(CDevice& device) : inner(device) {
-    handle = inner.handle;
-    LUN = inner.LUN;
-}
+CRecordingDevice::CRecordingDevice(CDevice& device) : CForwardingDevice(device) {}
 
 bool CRecordingDevice::ExecuteCommand(const ScsiCommand& command, ScsiResult* result) {
     ScsiResult own{};

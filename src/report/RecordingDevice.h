@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device/Device.h"
+#include "device/ForwardingDevice.h"
 
 struct RecordedReply {
     uint8_t opcode = 0;
@@ -17,24 +17,18 @@ struct RecordedReply {
     std::vector<uint8_t> data;  // the answer's bytes, trailing zeros dropped (one byte kept)
 };
 
-class CRecordingDevice final : public CDevice {
+class CRecordingDevice final : public CForwardingDevice {
 public:
     explicit CRecordingDevice(CDevice& inner);
     ~CRecordingDevice() = default;
 
-    bool Open(const char* path) override { return inner.Open(path); }
-    bool OpenDriveLetter(uint32_t index) override { return inner.OpenDriveLetter(index); }
-    bool Lock() override { return inner.Lock(); }
     bool ExecuteCommand(const ScsiCommand& command, ScsiResult* result) override;
-    bool Unlock() override { return inner.Unlock(); }
-    bool Close() override { return inner.Close(); }
 
     const std::vector<RecordedReply>& Replies() const { return replies; }
 
 private:
     void Record(const ScsiCommand& command, bool ok, const ScsiResult& result);
 
-    CDevice& inner;
     std::vector<RecordedReply> replies;
 };
 
