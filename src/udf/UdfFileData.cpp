@@ -115,7 +115,8 @@ bool ExtractFile(CUdfReader& reader, const FileNode* node, const char* path) {
 bool ExtractFile(CUdfReader& reader, const FileNode* node, const char* path, std::string* error, CProgress* progress) {
     if (!node || node->isDirectory || !path) return Fail(error, "not a file");
     uint64_t holds = (reader.medium.known ? reader.medium.sectors : kUdfLargestMediumSectors) * kSector;
-    uint64_t total = std::min<uint64_t>(node->size, MappedBytes(node, node->size));
+    uint64_t size = node->size;  // copied: nodes are packed, a reference may not bind to the field
+    uint64_t total = std::min(size, MappedBytes(node, size));
     if (total > holds)
         return Fail(error, "it claims " + std::to_string(total) + " bytes, more than the disc holds (" +
                                std::to_string(holds) + ")");
@@ -123,7 +124,7 @@ bool ExtractFile(CUdfReader& reader, const FileNode* node, const char* path, std
     if (!file) return Fail(error, std::string("cannot create ") + path);
     std::unique_ptr<uint8_t[]> piece(new uint8_t[kExtractPiece]);
     enum { Copying, Unreadable, Unmapped, WriteFailed } state = Copying;
-    for (uint64_t offset = 0, remaining = node->size; state == Copying && remaining > 0;) {
+    for (uint64_t offset = 0, remaining = size; state == Copying && remaining > 0;) {
         uint32_t chunk = static_cast<uint32_t>(std::min<uint64_t>(remaining, kExtractPiece));
         uint32_t got = 0;
         if (!ReadFileData(reader, node, offset, piece.get(), chunk, got)) state = Unreadable;
@@ -141,8 +142,8 @@ bool ExtractFile(CUdfReader& reader, const FileNode* node, const char* path, std
         std::remove(path);
         return Fail(error, "sector " + std::to_string(reader.failedSector) + " cannot be read");
     case Unmapped:
-        return Fail(error, "only " + std::to_string(MappedBytes(node, node->size)) + " of its " +
-                               std::to_string(static_cast<uint64_t>(node->size)) + " bytes are recorded");
+        return Fail(error, "only " + std::to_string(MappedBytes(node, size)) + " of its " + std::to_string(size) +
+                               " bytes are recorded");
     case WriteFailed: std::remove(path); return Fail(error, std::string("cannot write ") + path);
     }
     return false;
