@@ -82,10 +82,14 @@ Json NodeJson(const FileNode* node, uint32_t depth, JsonBudget& budget) {
         j["children"] = std::move(children);
         return j;
     }
-    j["size"] = node->size;
+    // Nodes are packed records: their fields are copied out first.
+    uint64_t size = node->size;
+    j["size"] = size;
     Json extents = Json::array();
-    for (uint32_t i = 0; i < node->extentCount && budget.Take(); ++i)
-        extents.push_back({{"start", node->extents[i].start}, {"length", node->extents[i].length}});
+    for (uint32_t i = 0; i < node->extentCount && budget.Take(); ++i) {
+        uint32_t start = node->extents[i].start, length = node->extents[i].length;
+        extents.push_back({{"start", start}, {"length", length}});
+    }
     j["extents"] = std::move(extents);
     return j;
 }
@@ -207,12 +211,15 @@ JsonDocument DriveJson(ReportDrive& drive) {
 JsonDocument CapabilitiesJson(ReportDrive& drive) {
     DriveCapabilities c{};
     bool read = ReadCapabilities(*drive.device, c);
-    return {{"modeSenseAnswered", read},      {"pageBits", c.pageBits},
-            {"loadingMechanism", c.loadingMechanism}, {"pageByte7Bits", c.pageByte7Bits},
-            {"bufferSize", c.bufferSize},     {"maxReadSpeed", c.maxReadSpeed},
-            {"maxWriteSpeed", c.maxWriteSpeed}, {"currentReadSpeed", c.currentReadSpeed},
-            {"currentWriteSpeed", c.currentWriteSpeed}, {"mediaFeatureBits", c.mediaFeatureBits},
-            {"driveFeatureBits", c.driveFeatureBits}, {"text", FormatCapabilities(c)}};
+    // The record is packed: its fields are copied out before nlohmann binds
+    // a reference to them.
+    auto v = [](auto field) { return field; };
+    return {{"modeSenseAnswered", read},      {"pageBits", v(c.pageBits)},
+            {"loadingMechanism", v(c.loadingMechanism)}, {"pageByte7Bits", v(c.pageByte7Bits)},
+            {"bufferSize", v(c.bufferSize)},     {"maxReadSpeed", v(c.maxReadSpeed)},
+            {"maxWriteSpeed", v(c.maxWriteSpeed)}, {"currentReadSpeed", v(c.currentReadSpeed)},
+            {"currentWriteSpeed", v(c.currentWriteSpeed)}, {"mediaFeatureBits", v(c.mediaFeatureBits)},
+            {"driveFeatureBits", v(c.driveFeatureBits)}, {"text", FormatCapabilities(c)}};
 }
 
 JsonDocument FeaturesJson(ReportDrive& drive) {
