@@ -216,6 +216,9 @@ void AnswerSaveDialog(std::string path, std::string* offered) {
         if (!name) continue;
         char text[MAX_PATH] = {};
         GetWindowTextA(name, text, MAX_PATH);
+        // The dialog fills its name box while it starts: answered before
+        // then, it would put its offered name back over ours.
+        if (!text[0]) continue;
         if (offered) *offered = text;
         if (path.empty()) {
             PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
