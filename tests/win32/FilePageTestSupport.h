@@ -1,6 +1,7 @@
 #pragma once
-// What the File page tests share: temporary paths, whole-file reads, and a
-// second thread that answers the save dialog or closes the popup menu.
+// What the File page tests share (and the Sector page's Save Image test):
+// temporary paths, whole-file reads, and a second thread that answers the
+// save dialog or closes the popup menu.
 
 #include <windows.h>
 

@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "FilePageTestSupport.h"
 #include "TestPaths.h"
 #include "app/AppState.h"
 #include "app/MainDialog.h"
@@ -205,30 +206,7 @@ TEST_F(SectorPageTest, PregapAndSilentDrivesDisableTheInputAndKeepTheText) {
     EXPECT_EQ(Text(fresh, 112), L"");
 }
 
-// Answers the next save dialog with `path`, or cancels it when empty.
-void AnswerSaveDialog(std::string path, std::string* offered) {
-    for (int i = 0; i < 400; ++i) {
-        Sleep(25);
-        HWND dialog = FindWindowA("#32770", nullptr);
-        if (!dialog) continue;
-        HWND name = GetDlgItem(dialog, 0x47C);  // cmb13: the file name box
-        if (!name) name = GetDlgItem(dialog, 0x480);
-        if (!name) continue;
-        char text[MAX_PATH] = {};
-        GetWindowTextA(name, text, MAX_PATH);
-        // The dialog fills its name box while it starts: answered before
-        // then, it would put its offered name back over ours.
-        if (!text[0]) continue;
-        if (offered) *offered = text;
-        if (path.empty()) {
-            PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
-        } else {
-            SetWindowTextA(name, path.c_str());
-            PostMessageA(dialog, WM_COMMAND, IDOK, 0);
-        }
-        return;
-    }
-}
+using file_page_test::AnswerSaveDialog;
 
 std::string TempPath(const char* name) {
     char folder[MAX_PATH] = {};
